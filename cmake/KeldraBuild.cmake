@@ -1,0 +1,61 @@
+# How everything here is compiled, and the helpers by which a folder becomes a library, a test
+# program or a benchmark. Sources are found by pattern: a new file is built without a list to keep.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_CXX_VISIBILITY_PRESET hidden)
+set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
+set(CMAKE_CXX_FLAGS_RELEASE "-O3 -DNDEBUG")
+set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O1 -g")
+
+add_library(keldra_options INTERFACE)
+target_include_directories(keldra_options INTERFACE ${CMAKE_SOURCE_DIR})
+target_compile_options(keldra_options INTERFACE
+  -Wall -Wextra -Wpedantic -Wconversion -Wshadow -Werror
+  # Which multiplications fuse with which additions is part of the sound: not the compiler's choice.
+  -ffp-contract=off
+  # Nobody reads errno after a mathematical function.
+  -fno-math-errno)
+if(CMAKE_SIZEOF_VOID_P EQUAL 4)
+  target_compile_options(keldra_options INTERFACE -msse2 -mfpmath=sse)
+endif()
+if(KELDRA_SANITIZE)
+  target_compile_options(keldra_options INTERFACE
+    -fsanitize=${KELDRA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  string(REPLACE "fuzzer-no-link," "" link_sanitize "${KELDRA_SANITIZE}")
+  target_link_options(keldra_options INTERFACE -fsanitize=${link_sanitize})
+endif()
+
+find_package(Threads REQUIRED)
+
+# keldra_room(NAME [LINKS lib...]): the sources of the calling folder as one static library.
+function(keldra_room name)
+  cmake_parse_arguments(room "" "" "LINKS" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  if(sources)
+    add_library(keldra_${name} STATIC ${sources})
+    target_link_libraries(keldra_${name} PUBLIC keldra_options ${room_LINKS})
+  else()
+    add_library(keldra_${name} INTERFACE)
+    target_link_libraries(keldra_${name} INTERFACE keldra_options ${room_LINKS})
+  endif()
+endfunction()
+
+# keldra_tests(NAME [LINKS lib...] [LABELS label...] [SOURCES file...]): the *Test.cpp files of the
+# calling folder as one GoogleTest program, each case registered with CTest. Cases that check what
+# several threads do have "Thread" in their suite's name: ./test runs those under ThreadSanitizer.
+function(keldra_tests name)
+  cmake_parse_arguments(tests "" "" "LINKS;SOURCES" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*Test.cpp)
+  if(NOT sources)
+    return()
+  endif()
+  add_executable(keldra_tests_${name} ${sources} ${tests_SOURCES})
+  target_link_libraries(keldra_tests_${name} PRIVATE
+    keldra_options ${tests_LINKS} GTest::gtest GTest::gtest_main Threads::Threads)
+  target_compile_definitions(keldra_tests_${name} PRIVATE
+    KELDRA_SOURCE_DIR="${CMAKE_SOURCE_DIR}" KELDRA_BINARY_DIR="${CMAKE_BINARY_DIR}")
+  gtest_discover_tests(keldra_tests_${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
+endfunction()

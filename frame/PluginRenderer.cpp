@@ -1,0 +1,480 @@
+#include "frame/PluginRenderer.h"
+
+#include <algorithm>
+#include <bit>
+#include <utility>
+
+#include "frame/PluginInstance.h"
+#include "frame/PluginWrapper.h"
+#include "frame/Text.h"
+
+namespace keldra {
+
+namespace {
+
+constexpr int kDefaultBlockFrames = 512;
+
+bool SameBits(float a, float b)
+{
+    return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b);
+}
+
+} // namespace
+
+KeyTables::KeyTables()
+{
+    leftGain.fill(1.0f);
+    rightGain.fill(1.0f);
+}
+
+CPluginRenderer::CPluginRenderer()
+    : records_(std::make_unique<ParameterRecord[]>(kParameterCount))
+{
+    const CPluginInstance& definition = CPluginInstance::Get();
+    input_.Allocate(2 * definition.inputPairCount, kDefaultBlockFrames);
+    output_.Allocate(2 * definition.outputPairCount, kDefaultBlockFrames);
+}
+
+CPluginRenderer::~CPluginRenderer() = default;
+
+// --- MIDI entry points ---
+
+void CPluginRenderer::MidiNoteOn(int key, int velocity)
+{
+    SetKeyVelocity(key, static_cast<float>(velocity) / 127.0f);
+    if (velocity == 0)
+        NoteOff(key);
+    else
+        NoteOn(key);
+}
+
+void CPluginRenderer::MidiNoteOff(int key, int)
+{
+    SetKeyVelocity(key, 0.0f);
+    NoteOff(key);
+}
+
+void CPluginRenderer::MidiPitchBend(float bend)
+{
+    SetBend(bend);
+    PitchBendChanged();
+}
+
+void CPluginRenderer::MidiControlChange(int controller, int value)
+{
+    SetController(controller, static_cast<float>(value) / 127.0f);
+    ControlChange(controller);
+}
+
+void CPluginRenderer::MidiPolyPressure(int key, int value)
+{
+    polyPressure_[static_cast<std::size_t>(key)] = static_cast<float>(value) / 127.0f;
+    PolyPressureChanged(key);
+}
+
+void CPluginRenderer::MidiChannelPressure(int value)
+{
+    channelPressure_ = static_cast<float>(value) / 127.0f;
+    ChannelPressureChanged();
+}
+
+void CPluginRenderer::MidiProgramChange(int program) { ProgramChange(program); }
+
+void CPluginRenderer::SetController(int controller, float value)
+{
+    controllers_[static_cast<std::size_t>(controller)] = value;
+    if (controller == 1)
+        wheels_.mod.store(value);
+}
+
+void CPluginRenderer::SetBend(float bend)
+{
+    bend_ = bend;
+    wheels_.bend.store(0.5f + 0.5f * bend);
+}
+
+// --- Host clock ---
+
+void CPluginRenderer::SetSampleRate(double hz)
+{
+    if (hz > 0.0)
+        sampleRate_ = hz;
+}
+
+void CPluginRenderer::SetTempo(double beatsPerMinute) { tempo_ = beatsPerMinute; }
+double CPluginRenderer::GetTempo() const { return tempo_; }
+void CPluginRenderer::SetSongPosition(double quarterNotes) { songPosition_ = quarterNotes; }
+double CPluginRenderer::GetSongPosition() const { return songPosition_; }
+double CPluginRenderer::GetSampleRate() const { return sampleRate_; }
+void CPluginRenderer::SetTransportPlaying(bool) {}
+void CPluginRenderer::Render() {}
+AudioBlock* CPluginRenderer::GetOutputBuffer() { return &output_; }
+AudioBlock* CPluginRenderer::GetInputBuffer() { return &input_; }
+
+// --- Names, parameters, state ---
+
+void CPluginRenderer::SetProgramName(std::string_view name)
+{
+    programName_.Set(name, gate_.CallerOwnsEngine() ? CSharedName::EWriter::EngineOwner
+                                                    : CSharedName::EWriter::Other);
+}
+
+void CPluginRenderer::GetProgramName(std::span<char> text) const { programName_.Get(text); }
+
+void CPluginRenderer::SetParameter(int index, float value)
+{
+    if (!IsStored(index))
+        return;
+    records_[static_cast<std::size_t>(index)].value.store(value);
+    RequestChange({EngineChange::EKind::Parameter, index, value, nullptr});
+}
+
+void CPluginRenderer::SetParameterName(int index, std::string_view name)
+{
+    if (IsStored(index))
+        CopyText(name, records_[static_cast<std::size_t>(index)].name);
+}
+
+float CPluginRenderer::GetParameter(int index) const
+{
+    return IsStored(index) ? records_[static_cast<std::size_t>(index)].value.load() : 0.0f;
+}
+
+float CPluginRenderer::GetParameterDefault(int) const { return 0.0f; }
+
+void CPluginRenderer::GetParameterName(int index, std::span<char> text) const
+{
+    CopyText(IsStored(index) ? TextIn(records_[static_cast<std::size_t>(index)].name)
+                             : std::string_view("<out of range>"),
+             text);
+}
+
+void CPluginRenderer::GetParameterLabel(int, std::span<char> text) const { CopyText("", text); }
+
+void CPluginRenderer::GetParameterDisplay(int index, std::span<char> text) const
+{
+    CTextWriter(text).AppendFixed(static_cast<double>(GetParameter(index) * 100.0f), 1);
+}
+
+int CPluginRenderer::GetChunk(void*) const { return 0; }
+bool CPluginRenderer::SetChunk(const void*, int) { return true; }
+
+// --- Engine hooks and host queries ---
+
+void CPluginRenderer::NoteOn(int) {}
+void CPluginRenderer::NoteOff(int) {}
+void CPluginRenderer::PitchBendChanged() {}
+void CPluginRenderer::ControlChange(int) {}
+void CPluginRenderer::PolyPressureChanged(int) {}
+void CPluginRenderer::ChannelPressureChanged() {}
+void CPluginRenderer::ProgramChange(int) {}
+int CPluginRenderer::GetOutputTarget(int) const { return 0; }
+int CPluginRenderer::Reserved36() const { return -1; }
+void CPluginRenderer::GetAuxName(int, std::span<char>) const {}
+void CPluginRenderer::ApplyParameter(int, float) {}
+void CPluginRenderer::ApplyKeyboardNote(int, float) {}
+
+// --- Block loop ---
+
+void CPluginRenderer::ProcessBlock(const HostBuffers& buffers, EMode mode)
+{
+    if (output_.Capacity() == 0)
+        return;
+    const CProcessingOperation operation(*this);
+    if (operation.MayRun()) {
+        RunBlockLoop(buffers, mode);
+        ClearEvents();
+        return;
+    }
+    MoveEventsToStart();
+    if (mode == EMode::Replacing)
+        for (int channel = 0; channel < output_.ChannelCount(); ++channel)
+            if (buffers.outputs[channel] != nullptr)
+                std::fill_n(buffers.outputs[channel], std::max(buffers.frames, 0), 0.0f);
+}
+
+void CPluginRenderer::DispatchDue(const EventNode*& event, int& framesToNext)
+{
+    do {
+        DispatchEvent(event);
+        framesToNext = FramesUntilNext(event);
+        event = NextEvent(event);
+    } while (framesToNext == 0 && event != nullptr);
+}
+
+void CPluginRenderer::RunBlockLoop(const HostBuffers& buffers, EMode mode)
+{
+    const EventNode* event = NextEvent(nullptr);
+    int framesToNext = FramesUntilNext(nullptr);
+    int position = 0;
+    int remaining = buffers.frames;
+    while (remaining > 0) {
+        if (framesToNext == 0) {
+            DispatchDue(event, framesToNext);
+            continue;
+        }
+        const int frames = std::min({remaining, output_.Capacity(), framesToNext});
+        remaining -= frames;
+        framesToNext -= frames;
+
+        output_.SetFrameCount(frames);
+        if (mode == EMode::Replacing)
+            output_.ClearAll();
+        else
+            for (int channel = 0; channel < output_.ChannelCount(); ++channel)
+                if (const float* host = buffers.outputs[channel])
+                    std::copy_n(host + position, frames, output_.Channel(channel));
+        if (buffers.inputs != nullptr && input_.ChannelCount() > 0) {
+            input_.SetFrameCount(frames);
+            for (int channel = 0; channel < input_.ChannelCount(); ++channel)
+                if (const float* host = buffers.inputs[channel])
+                    std::copy_n(host + position, frames, input_.Channel(channel));
+        }
+        Render();
+        for (int channel = 0; channel < output_.ChannelCount(); ++channel)
+            if (float* host = buffers.outputs[channel])
+                std::copy_n(output_.Channel(channel), frames, host + position);
+
+        position += frames;
+        if (framesToNext == 0)
+            DispatchDue(event, framesToNext);
+    }
+}
+
+// --- Changes from other threads ---
+
+void CPluginRenderer::SwitchProcessing(bool on)
+{
+    CControlOperation operation(*this, CControlScope::EWhen::Always);
+    operation.TurnProcessing(on);
+    SetSampleRate(0.0);
+}
+
+void CPluginRenderer::ChangeSampleRate(double hz)
+{
+    const CControlOperation operation(*this, CControlScope::EWhen::Always);
+    SetSampleRate(hz);
+}
+
+void CPluginRenderer::ChangeProgram(const ProgramValues& change)
+{
+    loadsBegun_.fetch_add(1);
+    for (int index = 0; index < kParameterCount; ++index) {
+        auto& value = records_[static_cast<std::size_t>(index)].value;
+        if (change.Sets(index))
+            value.store(change.values[static_cast<std::size_t>(index)]);
+        else if (change.Resets() && index < kFirstControllerLink)
+            value.store(GetParameterDefault(index));
+    }
+    loadsEnded_.fetch_add(1);
+
+    if (gate_.CallerOwnsEngine()) {
+        ApplyProgram(change);
+        return;
+    }
+    changes_.CollectRetired();
+    auto copy = std::make_unique<ProgramValues>(change);
+    RequestChange({EngineChange::EKind::Program, 0, 0.0f, copy.release()});
+}
+
+void CPluginRenderer::ResetProgram()
+{
+    ChangeProgram(ProgramValues{});
+    SetProgramName("<noname>");
+}
+
+void CPluginRenderer::CopyValues(std::span<float, kParameterCount> values) const
+{
+    // Bounded: if loads never pause, a mixture is better than a host that hangs in a save.
+    for (int attempt = 0; attempt < 1000; ++attempt) {
+        const std::uint32_t ended = loadsEnded_.load();
+        const std::uint32_t begun = loadsBegun_.load();
+        for (int index = 0; index < kParameterCount; ++index)
+            values[static_cast<std::size_t>(index)] = GetParameter(index);
+        if (begun == ended && loadsBegun_.load() == begun)
+            return;
+    }
+}
+
+void CPluginRenderer::RequestChange(const EngineChange& change)
+{
+    if (change.kind == EngineChange::EKind::KeyboardNote)
+        keyboardWanted_[static_cast<std::size_t>(change.index)].store(change.value);
+
+    if (gate_.CallerOwnsEngine()) {
+        Apply(change);
+        delete change.program;
+        return;
+    }
+    if (gate_.ProcessingIsOn()) {
+        if (!changes_.Push(change)) {
+            resync_.store(true);
+            delete change.program;
+        }
+        if (gate_.ProcessingIsOn())
+            return;
+        // It went off in between: nobody else would apply the change now.
+        const CControlOperation operation(*this, CControlScope::EWhen::ProcessingIsOff);
+        return;
+    }
+    {
+        const CControlOperation operation(*this, CControlScope::EWhen::ProcessingIsOff);
+        if (operation.MayRun()) {
+            Apply(change);
+            delete change.program;
+            return;
+        }
+    }
+    RequestChange(change); // processing went on in between
+}
+
+void CPluginRenderer::Apply(const EngineChange& change)
+{
+    switch (change.kind) {
+    case EngineChange::EKind::Parameter:
+        ApplyAgreed(change.index, change.value);
+        break;
+    case EngineChange::EKind::KeyboardNote:
+        keyboardPlayed_[static_cast<std::size_t>(change.index)] = change.value;
+        ApplyKeyboardNote(change.index, change.value);
+        break;
+    case EngineChange::EKind::Program:
+        ApplyProgram(*change.program);
+        break;
+    }
+}
+
+float CPluginRenderer::SetValue(int index) const
+{
+    if (index == kModWheelValue)
+        return wheels_.mod.load();
+    if (index == kPitchBendValue)
+        return wheels_.bend.load();
+    return GetParameter(index);
+}
+
+// Two threads may set one parameter at the same time, and their values may be stored in one order
+// and arrive here in the other. The stored value counts.
+void CPluginRenderer::ApplyAgreed(int index, float value)
+{
+    ApplyParameter(index, value);
+    const float stored = SetValue(index);
+    if (!SameBits(stored, value) && IsStored(index))
+        ApplyParameter(index, stored);
+}
+
+void CPluginRenderer::ApplyProgram(const ProgramValues& program)
+{
+    if (program.Resets())
+        for (int index = 0; index < kFirstControllerLink; ++index)
+            ApplyParameter(index, GetParameterDefault(index));
+    for (int index = 0; index < kParameterCount; ++index)
+        if (program.Sets(index))
+            ApplyAgreed(index, program.values[static_cast<std::size_t>(index)]);
+}
+
+void CPluginRenderer::ApplyPending()
+{
+    changes_.Drain([this](const EngineChange& change) { Apply(change); });
+    if (!resync_.load(std::memory_order_relaxed) || !resync_.exchange(false))
+        return;
+    for (int index = 0; index < kParameterCount; ++index)
+        ApplyParameter(index, GetParameter(index));
+    for (const int wheel : {kModWheelValue, kPitchBendValue})
+        ApplyParameter(wheel, SetValue(wheel));
+    for (int key = 0; key < kKeyCount; ++key) {
+        const auto slot = static_cast<std::size_t>(key);
+        const float wanted = keyboardWanted_[slot].load();
+        if (wanted != keyboardPlayed_[slot])
+            Apply({EngineChange::EKind::KeyboardNote, key, wanted, nullptr});
+    }
+}
+
+// --- Reports to the host ---
+
+void CPluginRenderer::ReportAutomation(int index, float value)
+{
+    if (!gate_.CallerOwnsEngine()) {
+        if (hostWrapper_ != nullptr)
+            hostWrapper_->AutomateParameter(index, value);
+    } else if (reports_.count < reports_.list.size()) {
+        reports_.list[reports_.count++] = {index, value};
+    } else if (IsStored(index)) {
+        reports_.rest.set(static_cast<std::size_t>(index));
+    }
+}
+
+void CPluginRenderer::TakeReports(Reports& reports)
+{
+    std::copy_n(reports_.list.begin(), reports_.count, reports.list.begin());
+    reports.count = std::exchange(reports_.count, 0);
+    reports.rest = reports_.rest;
+    reports_.rest.reset();
+}
+
+void CPluginRenderer::SendReports(const Reports& reports)
+{
+    if (hostWrapper_ == nullptr)
+        return;
+    for (std::size_t i = 0; i < reports.count; ++i)
+        hostWrapper_->AutomateParameter(reports.list[i].index, reports.list[i].value);
+    for (int index = 0; reports.rest.any() && index < kParameterCount; ++index)
+        if (reports.rest.test(static_cast<std::size_t>(index)))
+            hostWrapper_->AutomateParameter(index, GetParameter(index));
+}
+
+// --- Operations ---
+
+CProcessingOperation::CProcessingOperation(CPluginRenderer& renderer)
+    : renderer_(renderer)
+    , nested_(renderer.gate_.CallerOwnsEngine())
+    , entered_(!nested_ && renderer.gate_.Enter())
+{
+    if (!entered_)
+        return;
+    floatControl_.emplace();
+    renderer_.ApplyPending();
+}
+
+CProcessingOperation::~CProcessingOperation()
+{
+    if (!entered_)
+        return;
+    CPluginRenderer::Reports reports;
+    renderer_.TakeReports(reports);
+    renderer_.gate_.Leave();
+    floatControl_.reset();
+    renderer_.SendReports(reports);
+}
+
+CControlOperation::CControlOperation(CPluginRenderer& renderer, CControlScope::EWhen when)
+    : renderer_(renderer)
+    , nested_(renderer.gate_.CallerOwnsEngine())
+{
+    scope_.emplace(renderer.gate_, when);
+    if (!nested_ && MayRun()) {
+        renderer_.ApplyPending();
+        renderer_.changes_.CollectRetired();
+    }
+}
+
+CControlOperation::~CControlOperation()
+{
+    if (nested_ || !MayRun())
+        return;
+    CPluginRenderer::Reports reports;
+    renderer_.TakeReports(reports);
+    scope_.reset();
+    renderer_.SendReports(reports);
+}
+
+void CControlOperation::TurnProcessing(bool on)
+{
+    scope_->TurnProcessing(on);
+    // A thread that found processing on just before has left its change in the queue; one that finds
+    // it off comes for the engine itself.
+    if (!on)
+        renderer_.ApplyPending();
+}
+
+} // namespace keldra
