@@ -30,10 +30,13 @@ endif()
 
 find_package(Threads REQUIRED)
 
-# keldra_room(NAME [LINKS lib...]): the sources of the calling folder as one static library.
+# keldra_room(NAME [LINKS lib...] [WITHOUT file...]): the sources of the calling folder, but for those
+# named, as one static library.
 function(keldra_room name)
-  cmake_parse_arguments(room "" "" "LINKS" ${ARGN})
-  file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  cmake_parse_arguments(room "" "" "LINKS;WITHOUT" ${ARGN})
+  file(GLOB sources CONFIGURE_DEPENDS RELATIVE ${CMAKE_CURRENT_SOURCE_DIR}
+    ${CMAKE_CURRENT_SOURCE_DIR}/*.cpp)
+  list(REMOVE_ITEM sources ${room_WITHOUT} "")
   if(sources)
     add_library(keldra_${name} STATIC ${sources})
     target_link_libraries(keldra_${name} PUBLIC keldra_options ${room_LINKS})

@@ -13,8 +13,7 @@ constexpr std::uint64_t Tagged(std::uint64_t previous, std::uint32_t node)
 
 } // namespace
 
-CEngineChanges::CEngineChanges()
-    : nodes_(std::make_unique<Node[]>(kCapacity))
+CEngineChanges::CEngineChanges() : nodes_(std::make_unique<Node[]>(kCapacity))
 {
     for (std::uint32_t node = kCapacity; node-- > 0;)
         Free(node);
@@ -54,8 +53,8 @@ std::uint32_t CEngineChanges::TakeAllOldestFirst()
     std::uint32_t newest = pending_.exchange(kNone, std::memory_order_acq_rel);
     std::uint32_t oldest = kNone;
     while (newest != kNone)
-        newest = nodes_[newest].next.exchange(std::exchange(oldest, newest),
-                                              std::memory_order_relaxed);
+        newest =
+            nodes_[newest].next.exchange(std::exchange(oldest, newest), std::memory_order_relaxed);
     return oldest;
 }
 

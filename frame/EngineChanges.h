@@ -51,9 +51,10 @@ struct EngineChange {
 };
 
 /// Changes on their way from any thread to the one that has the engine, in the order in which they
-/// were made. Lock-free: whoever adds never waits, and what was added is seen by the next drain even
-/// if some other thread was stopped in the middle of adding. Two lists of nodes from one pool: the
-/// free ones, popped by index with a tag against the ABA problem, and the pending ones, taken whole.
+/// were made. Lock-free: whoever adds never waits, and what was added is seen by the next drain
+/// even if some other thread was stopped in the middle of adding. Two lists of nodes from one pool:
+/// the free ones, popped by index with a tag against the ABA problem, and the pending ones, taken
+/// whole.
 class CEngineChanges {
 public:
     static constexpr int kCapacity = 4096;
@@ -67,10 +68,7 @@ public:
     /// @return false when the queue is full; the caller still owns the change
     [[nodiscard]] bool Push(const EngineChange& change);
 
-    [[nodiscard]] bool IsEmpty() const
-    {
-        return pending_.load(std::memory_order_acquire) == kNone;
-    }
+    [[nodiscard]] bool IsEmpty() const { return pending_.load(std::memory_order_acquire) == kNone; }
 
     /// The thread that has the engine: hands over everything pending, oldest first.
     template <typename Apply>

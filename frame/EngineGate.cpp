@@ -24,8 +24,7 @@ void CEngineGate::Leave()
     state_.store(wanted_.load() ? kGranted : kFree);
 }
 
-CControlScope::CControlScope(CEngineGate& gate, EWhen when)
-    : gate_(gate)
+CControlScope::CControlScope(CEngineGate& gate, EWhen when) : gate_(gate)
 {
     if (gate_.CallerOwnsEngine()) {
         owns_ = nested_ = true;

@@ -9,12 +9,12 @@ namespace keldra {
 /// Decides which thread may touch the engine, so that the processing thread never waits.
 ///
 /// While processing is on, the engine belongs to the processing thread alone: whoever else wants
-/// something changed leaves the change in a queue (EngineChanges), and the processing thread applies
-/// it before its next operation. While processing is off, there is no processing thread to wait:
-/// the control threads (host UI, editor, state loading) take turns, and a change is applied before
-/// the call returns. A few operations (a new sample rate, resume, suspend) need the engine for
-/// themselves at any time: their thread waits for the running operation to end and takes the engine
-/// away; a host that asks for a block just then gets silence instead of a wait.
+/// something changed leaves the change in a queue (EngineChanges), and the processing thread
+/// applies it before its next operation. While processing is off, there is no processing thread to
+/// wait: the control threads (host UI, editor, state loading) take turns, and a change is applied
+/// before the call returns. A few operations (a new sample rate, resume, suspend) need the engine
+/// for themselves at any time: their thread waits for the running operation to end and takes the
+/// engine away; a host that asks for a block just then gets silence instead of a wait.
 ///
 /// Processing goes on when the host says so or with the first operation, and off when the host says
 /// so.
@@ -47,7 +47,7 @@ private:
     std::atomic<bool> processingIsOn_{false};
     std::atomic<std::thread::id> owner_{};
     std::atomic<bool> wanted_{false}; ///< a control thread waits for the running operation to end
-    std::mutex controlMutex_;         ///< control threads among themselves; never the processing one
+    std::mutex controlMutex_; ///< control threads among themselves; never the processing one
 };
 
 /// While it lives, the calling control thread has the engine.

@@ -2,10 +2,7 @@
 
 namespace keldra {
 
-CEventBuffer::CEventBuffer()
-    : pool_(std::make_unique<EventNode[]>(kCapacity))
-{
-}
+CEventBuffer::CEventBuffer() : pool_(std::make_unique<EventNode[]>(kCapacity)) {}
 
 void CEventBuffer::MidiNoteOn(int, int) {}
 void CEventBuffer::MidiNoteOff(int, int) {}
@@ -47,7 +44,10 @@ std::uint8_t* CEventBuffer::EventData(EventNode* event)
     return event != nullptr ? event->message.data() : nullptr;
 }
 
-int CEventBuffer::EventSize(const EventNode* event) { return event != nullptr ? event->size : 0; }
+int CEventBuffer::EventSize(const EventNode* event)
+{
+    return event != nullptr ? event->size : 0;
+}
 
 void CEventBuffer::DispatchEvent(const EventNode* event)
 {

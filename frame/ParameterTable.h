@@ -81,9 +81,9 @@ enum EParameter : int {
     kGateStepLength,
     kLfoSync,
 
-    kFirstControllerLink,                                                  ///< 81: link of index 0
+    kFirstControllerLink,                                                 ///< 81: link of index 0
     kLastControllerLink = kFirstControllerLink + kHostParameterCount - 1, ///< 154
-    kSpare155,                                                             ///< stored, without effect
+    kSpare155, ///< stored, without effect
 
     kParameterCount, ///< 156: what a program stores
 
@@ -284,7 +284,10 @@ static_assert(kLastControllerLink == 154 && kParameterCount == 156);
 // --- How stored values are read. All take what a host may have stored: any float, NaN included.
 
 /// A switch: off only at exactly 0.
-[[nodiscard]] constexpr bool IsOn(float value) { return value != 0.0f; }
+[[nodiscard]] constexpr bool IsOn(float value)
+{
+    return value != 0.0f;
+}
 
 /// The position that a selector's value chooses, 0 .. last. The 0.0001 makes k / last, as stored in
 /// single precision, reach position k.

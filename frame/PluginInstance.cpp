@@ -35,13 +35,34 @@ void CPluginInstance::GetOutputName(int pair, std::span<char> text) const
 {
     WritePairName(pair, text);
 }
-void CPluginInstance::SetHostVst() { hostKind_ = EHostKind::Vst; }
-void CPluginInstance::SetHostAu() { hostKind_ = EHostKind::AudioUnits; }
-void CPluginInstance::SetHostNative() { hostKind_ = EHostKind::Native; }
-bool CPluginInstance::CanCreateInstance() const { return true; }
-int CPluginInstance::ReservedQuery(int) const { return 0; }
-std::unique_ptr<CPluginRenderer> CPluginInstance::CreateRenderer() const { return nullptr; }
-std::unique_ptr<CEditorPort> CPluginInstance::CreateEditor() const { return nullptr; }
+void CPluginInstance::SetHostVst()
+{
+    hostKind_ = EHostKind::Vst;
+}
+void CPluginInstance::SetHostAu()
+{
+    hostKind_ = EHostKind::AudioUnits;
+}
+void CPluginInstance::SetHostNative()
+{
+    hostKind_ = EHostKind::Native;
+}
+bool CPluginInstance::CanCreateInstance() const
+{
+    return true;
+}
+int CPluginInstance::ReservedQuery(int) const
+{
+    return 0;
+}
+std::unique_ptr<CPluginRenderer> CPluginInstance::CreateRenderer() const
+{
+    return nullptr;
+}
+std::unique_ptr<CEditorPort> CPluginInstance::CreateEditor() const
+{
+    return nullptr;
+}
 
 void CPluginInstance::SetHostNames(std::string_view vendor, std::string_view product)
 {

@@ -27,8 +27,7 @@ KeyTables::KeyTables()
     rightGain.fill(1.0f);
 }
 
-CPluginRenderer::CPluginRenderer()
-    : records_(std::make_unique<ParameterRecord[]>(kParameterCount))
+CPluginRenderer::CPluginRenderer() : records_(std::make_unique<ParameterRecord[]>(kParameterCount))
 {
     const CPluginInstance& definition = CPluginInstance::Get();
     input_.Allocate(2 * definition.inputPairCount, kDefaultBlockFrames);
@@ -78,7 +77,10 @@ void CPluginRenderer::MidiChannelPressure(int value)
     ChannelPressureChanged();
 }
 
-void CPluginRenderer::MidiProgramChange(int program) { ProgramChange(program); }
+void CPluginRenderer::MidiProgramChange(int program)
+{
+    ProgramChange(program);
+}
 
 void CPluginRenderer::SetController(int controller, float value)
 {
@@ -101,15 +103,36 @@ void CPluginRenderer::SetSampleRate(double hz)
         sampleRate_ = hz;
 }
 
-void CPluginRenderer::SetTempo(double beatsPerMinute) { tempo_ = beatsPerMinute; }
-double CPluginRenderer::GetTempo() const { return tempo_; }
-void CPluginRenderer::SetSongPosition(double quarterNotes) { songPosition_ = quarterNotes; }
-double CPluginRenderer::GetSongPosition() const { return songPosition_; }
-double CPluginRenderer::GetSampleRate() const { return sampleRate_; }
+void CPluginRenderer::SetTempo(double beatsPerMinute)
+{
+    tempo_ = beatsPerMinute;
+}
+double CPluginRenderer::GetTempo() const
+{
+    return tempo_;
+}
+void CPluginRenderer::SetSongPosition(double quarterNotes)
+{
+    songPosition_ = quarterNotes;
+}
+double CPluginRenderer::GetSongPosition() const
+{
+    return songPosition_;
+}
+double CPluginRenderer::GetSampleRate() const
+{
+    return sampleRate_;
+}
 void CPluginRenderer::SetTransportPlaying(bool) {}
 void CPluginRenderer::Render() {}
-AudioBlock* CPluginRenderer::GetOutputBuffer() { return &output_; }
-AudioBlock* CPluginRenderer::GetInputBuffer() { return &input_; }
+AudioBlock* CPluginRenderer::GetOutputBuffer()
+{
+    return &output_;
+}
+AudioBlock* CPluginRenderer::GetInputBuffer()
+{
+    return &input_;
+}
 
 // --- Names, parameters, state ---
 
@@ -119,7 +142,10 @@ void CPluginRenderer::SetProgramName(std::string_view name)
                                                     : CSharedName::EWriter::Other);
 }
 
-void CPluginRenderer::GetProgramName(std::span<char> text) const { programName_.Get(text); }
+void CPluginRenderer::GetProgramName(std::span<char> text) const
+{
+    programName_.Get(text);
+}
 
 void CPluginRenderer::SetParameter(int index, float value)
 {
@@ -140,7 +166,10 @@ float CPluginRenderer::GetParameter(int index) const
     return IsStored(index) ? records_[static_cast<std::size_t>(index)].value.load() : 0.0f;
 }
 
-float CPluginRenderer::GetParameterDefault(int) const { return 0.0f; }
+float CPluginRenderer::GetParameterDefault(int) const
+{
+    return 0.0f;
+}
 
 void CPluginRenderer::GetParameterName(int index, std::span<char> text) const
 {
@@ -149,15 +178,24 @@ void CPluginRenderer::GetParameterName(int index, std::span<char> text) const
              text);
 }
 
-void CPluginRenderer::GetParameterLabel(int, std::span<char> text) const { CopyText("", text); }
+void CPluginRenderer::GetParameterLabel(int, std::span<char> text) const
+{
+    CopyText("", text);
+}
 
 void CPluginRenderer::GetParameterDisplay(int index, std::span<char> text) const
 {
     CTextWriter(text).AppendFixed(static_cast<double>(GetParameter(index) * 100.0f), 1);
 }
 
-int CPluginRenderer::GetChunk(void*) const { return 0; }
-bool CPluginRenderer::SetChunk(const void*, int) { return true; }
+int CPluginRenderer::GetChunk(void*) const
+{
+    return 0;
+}
+bool CPluginRenderer::SetChunk(const void*, int)
+{
+    return true;
+}
 
 // --- Engine hooks and host queries ---
 
@@ -168,8 +206,14 @@ void CPluginRenderer::ControlChange(int) {}
 void CPluginRenderer::PolyPressureChanged(int) {}
 void CPluginRenderer::ChannelPressureChanged() {}
 void CPluginRenderer::ProgramChange(int) {}
-int CPluginRenderer::GetOutputTarget(int) const { return 0; }
-int CPluginRenderer::Reserved36() const { return -1; }
+int CPluginRenderer::GetOutputTarget(int) const
+{
+    return 0;
+}
+int CPluginRenderer::Reserved36() const
+{
+    return -1;
+}
 void CPluginRenderer::GetAuxName(int, std::span<char>) const {}
 void CPluginRenderer::ApplyParameter(int, float) {}
 void CPluginRenderer::ApplyKeyboardNote(int, float) {}
@@ -270,6 +314,7 @@ void CPluginRenderer::ChangeProgram(const ProgramValues& change)
 
     if (gate_.CallerOwnsEngine()) {
         ApplyProgram(change);
+        AgreeWithStored();
         return;
     }
     changes_.CollectRetired();
@@ -303,7 +348,7 @@ void CPluginRenderer::RequestChange(const EngineChange& change)
 
     if (gate_.CallerOwnsEngine()) {
         Apply(change);
-        delete change.program;
+        AgreeWithStored();
         return;
     }
     if (gate_.ProcessingIsOn()) {
@@ -321,6 +366,7 @@ void CPluginRenderer::RequestChange(const EngineChange& change)
         const CControlOperation operation(*this, CControlScope::EWhen::ProcessingIsOff);
         if (operation.MayRun()) {
             Apply(change);
+            AgreeWithStored();
             delete change.program;
             return;
         }
@@ -332,7 +378,7 @@ void CPluginRenderer::Apply(const EngineChange& change)
 {
     switch (change.kind) {
     case EngineChange::EKind::Parameter:
-        ApplyAgreed(change.index, change.value);
+        Follow(change.index, change.value);
         break;
     case EngineChange::EKind::KeyboardNote:
         keyboardPlayed_[static_cast<std::size_t>(change.index)] = change.value;
@@ -344,23 +390,27 @@ void CPluginRenderer::Apply(const EngineChange& change)
     }
 }
 
-float CPluginRenderer::SetValue(int index) const
+void CPluginRenderer::Follow(int index, float value)
 {
-    if (index == kModWheelValue)
-        return wheels_.mod.load();
-    if (index == kPitchBendValue)
-        return wheels_.bend.load();
-    return GetParameter(index);
+    ApplyParameter(index, value);
+    if (IsStored(index)) {
+        followed_[static_cast<std::size_t>(index)] = value;
+        touched_.set(static_cast<std::size_t>(index));
+    }
 }
 
 // Two threads may set one parameter at the same time, and their values may be stored in one order
 // and arrive here in the other. The stored value counts.
-void CPluginRenderer::ApplyAgreed(int index, float value)
+void CPluginRenderer::AgreeWithStored()
 {
-    ApplyParameter(index, value);
-    const float stored = SetValue(index);
-    if (!SameBits(stored, value) && IsStored(index))
-        ApplyParameter(index, stored);
+    for (int index = 0; touched_.any() && index < kParameterCount; ++index) {
+        const auto slot = static_cast<std::size_t>(index);
+        if (!touched_.test(slot))
+            continue;
+        touched_.reset(slot);
+        if (const float stored = GetParameter(index); !SameBits(stored, followed_[slot]))
+            ApplyParameter(index, stored);
+    }
 }
 
 void CPluginRenderer::ApplyProgram(const ProgramValues& program)
@@ -370,18 +420,24 @@ void CPluginRenderer::ApplyProgram(const ProgramValues& program)
             ApplyParameter(index, GetParameterDefault(index));
     for (int index = 0; index < kParameterCount; ++index)
         if (program.Sets(index))
-            ApplyAgreed(index, program.values[static_cast<std::size_t>(index)]);
+            Follow(index, program.values[static_cast<std::size_t>(index)]);
 }
 
 void CPluginRenderer::ApplyPending()
 {
     changes_.Drain([this](const EngineChange& change) { Apply(change); });
-    if (!resync_.load(std::memory_order_relaxed) || !resync_.exchange(false))
-        return;
+    if (resync_.load(std::memory_order_relaxed) && resync_.exchange(false))
+        Resync();
+    AgreeWithStored();
+}
+
+/// More was changed than the queue holds: follows everything that is stored.
+void CPluginRenderer::Resync()
+{
     for (int index = 0; index < kParameterCount; ++index)
-        ApplyParameter(index, GetParameter(index));
+        Follow(index, GetParameter(index));
     for (const int wheel : {kModWheelValue, kPitchBendValue})
-        ApplyParameter(wheel, SetValue(wheel));
+        ApplyParameter(wheel, wheel == kModWheelValue ? wheels_.mod.load() : wheels_.bend.load());
     for (int key = 0; key < kKeyCount; ++key) {
         const auto slot = static_cast<std::size_t>(key);
         const float wanted = keyboardWanted_[slot].load();
@@ -426,9 +482,9 @@ void CPluginRenderer::SendReports(const Reports& reports)
 // --- Operations ---
 
 CProcessingOperation::CProcessingOperation(CPluginRenderer& renderer)
-    : renderer_(renderer)
-    , nested_(renderer.gate_.CallerOwnsEngine())
-    , entered_(!nested_ && renderer.gate_.Enter())
+    : renderer_(renderer),
+      nested_(renderer.gate_.CallerOwnsEngine()),
+      entered_(!nested_ && renderer.gate_.Enter())
 {
     if (!entered_)
         return;
@@ -448,8 +504,7 @@ CProcessingOperation::~CProcessingOperation()
 }
 
 CControlOperation::CControlOperation(CPluginRenderer& renderer, CControlScope::EWhen when)
-    : renderer_(renderer)
-    , nested_(renderer.gate_.CallerOwnsEngine())
+    : renderer_(renderer), nested_(renderer.gate_.CallerOwnsEngine())
 {
     scope_.emplace(renderer.gate_, when);
     if (!nested_ && MayRun()) {
@@ -471,8 +526,8 @@ CControlOperation::~CControlOperation()
 void CControlOperation::TurnProcessing(bool on)
 {
     scope_->TurnProcessing(on);
-    // A thread that found processing on just before has left its change in the queue; one that finds
-    // it off comes for the engine itself.
+    // A thread that found processing on just before has left its change in the queue; one that
+    // finds it off comes for the engine itself.
     if (!on)
         renderer_.ApplyPending();
 }

@@ -111,7 +111,8 @@ public:
     virtual void ProgramChange(int program);
 
     virtual int GetOutputTarget(int outputPair) const;
-    virtual int Reserved36() const; ///< nobody calls it; it keeps the slots after it in their places
+    virtual int
+    Reserved36() const; ///< nobody calls it; it keeps the slots after it in their places
     virtual void GetAuxName(int index, std::span<char> text) const; ///< leaves the text as it is
 
     // Beyond the slots
@@ -169,10 +170,12 @@ protected:
     {
         return keyVelocity_[static_cast<std::size_t>(key)];
     }
+    [[nodiscard]] std::span<const float, kKeyCount> KeyVelocities() const { return keyVelocity_; }
+
     /// What a wheel was last set to, from wherever: reads back at once on any thread.
     struct WheelValues {
-        std::atomic<float> mod{0.0f};   ///< controller 1, 0 .. 1
-        std::atomic<float> bend{0.5f};  ///< 0 .. 1
+        std::atomic<float> mod{0.0f};  ///< controller 1, 0 .. 1
+        std::atomic<float> bend{0.5f}; ///< 0 .. 1
     };
     WheelValues wheels_;
 
@@ -200,11 +203,12 @@ private:
     };
 
     [[nodiscard]] static bool IsStored(int index) { return index >= 0 && index < kParameterCount; }
-    [[nodiscard]] float SetValue(int index) const; ///< of records and wheels
     void Apply(const EngineChange& change);
     void ApplyProgram(const ProgramValues& program);
-    void ApplyAgreed(int index, float value);
+    void Follow(int index, float value);
+    void AgreeWithStored();
     void ApplyPending();
+    void Resync();
     void TakeReports(Reports& reports);
     void SendReports(const Reports& reports);
     void RunBlockLoop(const HostBuffers& buffers, EMode mode);
@@ -231,6 +235,8 @@ private:
     std::array<float, kKeyCount> keyboardPlayed_{};
     std::atomic<std::uint32_t> loadsBegun_{0}; ///< program loads that began to store values
     std::atomic<std::uint32_t> loadsEnded_{0};
+    std::array<float, kParameterCount> followed_{}; ///< values the engine was last told
+    std::bitset<kParameterCount> touched_;          ///< told since it last agreed with the stored
     CEditorFeedback feedback_;
     Reports reports_; ///< belongs to the thread that has the engine
 };

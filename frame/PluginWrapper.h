@@ -20,7 +20,7 @@ public:
 
     /// Fills the renderer's per-key tables from the host's voices. Processing thread.
     virtual void UpdateKeyControls() = 0;
-    virtual void HostNoteOff(int key) = 0;                 ///< editor keyboard. Editor thread
+    virtual void HostNoteOff(int key) = 0;                ///< editor keyboard. Editor thread
     virtual void HostNoteOn(int key, float velocity) = 0; ///< velocity 0 .. 1. Editor thread
 
 protected:

@@ -40,10 +40,7 @@ struct RandomJump {
 /// sequence is exactly that of the plain recurrence.
 class CRandomSequence {
 public:
-    constexpr explicit CRandomSequence(std::uint32_t seed)
-        : state_(seed)
-    {
-    }
+    constexpr explicit CRandomSequence(std::uint32_t seed) : state_(seed) {}
 
     /// The state after one step.
     std::uint32_t Draw() { return TakeRange(JumpOf(1)).last; }

@@ -10,8 +10,8 @@
 namespace keldra {
 
 /// A name that any thread may set and read, the processing thread included, without anybody handing
-/// out a pointer to text that another thread is rewriting. There are two places for it: the owner of
-/// the engine writes one, all other threads take turns with the other; the younger one counts. A
+/// out a pointer to text that another thread is rewriting. There are two places for it: the owner
+/// of the engine writes one, all other threads take turns with the other; the younger one counts. A
 /// reader that meets a writer at work reads again.
 class CSharedName {
 public:

@@ -6,8 +6,7 @@
 
 namespace keldra {
 
-CTextWriter::CTextWriter(std::span<char> text)
-    : text_(text)
+CTextWriter::CTextWriter(std::span<char> text) : text_(text)
 {
     if (!text_.empty())
         text_[0] = '\0';
@@ -41,7 +40,10 @@ CTextWriter& CTextWriter::AppendFixed(double value, int decimals)
     return Append({digits.data(), end});
 }
 
-void CopyText(std::string_view from, std::span<char> to) { CTextWriter(to).Append(from); }
+void CopyText(std::string_view from, std::span<char> to)
+{
+    CTextWriter(to).Append(from);
+}
 
 std::string_view TextIn(std::span<const char> buffer)
 {

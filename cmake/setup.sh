@@ -1,0 +1,47 @@
+# Sourced by ./run and ./test: installs what is missing, configures and builds a preset.
+
+say() { printf '\n== %s\n' "$*"; }
+fail() {
+    printf '%s\n' "$*" >&2
+    exit 1
+}
+
+# packages SECTION...: the names in these sections of cmake/packages.txt
+packages() {
+    local section
+    for section in "$@"; do
+        sed -n "/^\[$section\]/,/^\[/p" cmake/packages.txt | grep -Ev '^(\[|#|$)'
+    done
+}
+
+# install_packages SECTION...: with apt, as root or by sudo; nothing when all are there.
+install_packages() {
+    local package missing=()
+    command -v dpkg-query >/dev/null ||
+        fail "This isn't Debian. Please install the equivalents of: $(packages "$@" | tr '\n' ' ')"
+    for package in $(packages "$@"); do
+        dpkg-query -W -f '${Status}' "$package" 2>/dev/null | grep -q 'ok installed' ||
+            missing+=("$package")
+    done
+    [ ${#missing[@]} -eq 0 ] && return
+    local root=()
+    if [ "$(id -u)" -ne 0 ]; then
+        command -v sudo >/dev/null ||
+            fail "These packages are missing, and neither root nor sudo is at hand: ${missing[*]}"
+        root=(sudo)
+    fi
+    say "Installing ${missing[*]}"
+    "${root[@]}" apt-get update -qq || true
+    "${root[@]}" env DEBIAN_FRONTEND=noninteractive \
+        apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null ||
+        fail "apt-get could not install: ${missing[*]}"
+}
+
+# build PRESET [TARGET...]
+build() {
+    local preset=$1
+    shift
+    [ -f "build/$preset/build.ninja" ] || cmake --preset "$preset" >/dev/null ||
+        fail "The preset $preset can't be configured"
+    cmake --build "build/$preset" ${*:+--target "$@"}
+}

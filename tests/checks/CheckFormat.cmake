@@ -1,0 +1,15 @@
+# Every source is formatted as .clang-format says. Run with -DCLANG_FORMAT=... -DSOURCE_DIR=...
+file(GLOB_RECURSE candidates RELATIVE ${SOURCE_DIR} ${SOURCE_DIR}/*.h ${SOURCE_DIR}/*.cpp)
+list(FILTER candidates EXCLUDE REGEX "^(build|out)/")
+set(wrong "")
+foreach(file IN LISTS candidates)
+  execute_process(COMMAND ${CLANG_FORMAT} --dry-run --Werror ${SOURCE_DIR}/${file}
+    RESULT_VARIABLE result OUTPUT_QUIET ERROR_QUIET)
+  if(NOT result EQUAL 0)
+    list(APPEND wrong ${file})
+  endif()
+endforeach()
+if(wrong)
+  list(JOIN wrong "\n  " text)
+  message(FATAL_ERROR "Not formatted (clang-format-14 -i mends it):\n  ${text}")
+endif()

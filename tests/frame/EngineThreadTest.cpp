@@ -1,0 +1,206 @@
+#include <array>
+#include <atomic>
+#include <chrono>
+#include <gtest/gtest.h>
+#include <thread>
+
+#include "tests/frame/TestRenderer.h"
+
+// What other threads change while one thread processes.
+
+namespace keldra::test {
+
+namespace {
+
+/// Follows parameters; each program that is loaded here has one value everywhere, so that a part of
+/// a program shows as a mixture.
+class CFollower final : public CPluginRenderer {
+public:
+    CFollower()
+    {
+        output_.Allocate(2, 64);
+        ResetProgram();
+    }
+
+    void ApplyParameter(int index, float value) override
+    {
+        if (index < kParameterCount)
+            applied[static_cast<std::size_t>(index)] = value;
+    }
+    void ApplyKeyboardNote(int key, float velocity) override
+    {
+        keyboard[static_cast<std::size_t>(key)] = velocity;
+    }
+    void Render() override
+    {
+        ++renders;
+        outOfOrder |= applied[kFilterCutoff] < renderedCutoff_;
+        renderedCutoff_ = applied[kFilterCutoff];
+        for (int index = kEgAttack; index <= kEgRelease; ++index)
+            if (applied[static_cast<std::size_t>(index)] != applied[kEgAttack])
+                mixedProgram = true;
+    }
+    void KeyboardNote(int key, float velocity)
+    {
+        RequestChange({EngineChange::EKind::KeyboardNote, key, velocity, nullptr});
+    }
+    void Process(int frames = 64)
+    {
+        float left[64], right[64];
+        float* outputs[] = {left, right};
+        ProcessBlock({nullptr, outputs, frames}, EMode::Replacing);
+    }
+    [[nodiscard]] bool FollowsEverything() const
+    {
+        for (int index = 0; index < kParameterCount; ++index)
+            if (applied[static_cast<std::size_t>(index)] != GetParameter(index))
+                return false;
+        return true;
+    }
+    void Load(float everywhere)
+    {
+        ProgramValues program;
+        program.count = kParameterCount;
+        program.values.fill(everywhere);
+        program.values[kFilterCutoff] = GetParameter(kFilterCutoff);
+        ChangeProgram(program);
+    }
+
+    std::array<float, kParameterCount> applied{};
+    std::array<float, 128> keyboard{};
+    bool outOfOrder = false;
+    bool mixedProgram = false;
+    int renders = 0;
+
+private:
+    float renderedCutoff_ = 0.0f;
+};
+
+} // namespace
+
+TEST(EngineThread, FollowsAtOnceWhileProcessingIsOffAndBeforeTheNextBlockWhileItIsOn)
+{
+    CFollower renderer;
+    renderer.SetParameter(3, 0.5f);
+    EXPECT_EQ(renderer.applied[3], 0.5f);
+
+    renderer.SwitchProcessing(true);
+    renderer.SetParameter(3, 0.75f);
+    EXPECT_EQ(renderer.GetParameter(3), 0.75f) << "reads back at once";
+    EXPECT_EQ(renderer.applied[3], 0.5f) << "the engine belongs to the processing thread";
+    renderer.Process();
+    EXPECT_EQ(renderer.applied[3], 0.75f);
+
+    renderer.SetParameter(3, 0.25f);
+    renderer.SwitchProcessing(false);
+    EXPECT_EQ(renderer.applied[3], 0.25f) << "nothing stays behind";
+    renderer.SetParameter(3, 1.0f);
+    EXPECT_EQ(renderer.applied[3], 1.0f);
+
+    renderer.Process(); // a host that never said that it would
+    renderer.SetParameter(3, 0.0f);
+    EXPECT_EQ(renderer.applied[3], 1.0f);
+}
+
+TEST(EngineThread, FollowsTheStoredValuesWhenMoreIsChangedThanTheQueueHolds)
+{
+    CFollower renderer;
+    renderer.SwitchProcessing(true);
+    for (int i = 0; i < 3 * CEngineChanges::kCapacity; ++i)
+        renderer.SetParameter(i % kParameterCount, static_cast<float>(i));
+    renderer.KeyboardNote(60, 0.5f);
+    renderer.KeyboardNote(61, 0.0f);
+    for (int i = 0; i < 2 * CEngineChanges::kCapacity; ++i)
+        renderer.Load(static_cast<float>(i % 7));
+    renderer.Process();
+    EXPECT_TRUE(renderer.FollowsEverything());
+    EXPECT_EQ(renderer.keyboard[60], 0.5f);
+    renderer.SetParameter(5, 42.0f);
+    renderer.Process();
+    EXPECT_EQ(renderer.applied[5], 42.0f) << "and the queue serves again";
+}
+
+TEST(EngineThread, AppliesWholeProgramsAndKeepsTheOrderWhileOthersHammer)
+{
+    CFollower renderer;
+    renderer.SwitchProcessing(true);
+    std::atomic<bool> stop{false};
+    std::thread setter([&] {
+        float cutoff = 0.0f;
+        while (!stop) {
+            renderer.SetParameter(kFilterCutoff, cutoff += 1.0f);
+            if (renderer.GetParameter(kFilterCutoff) != cutoff)
+                ADD_FAILURE() << "a set value reads back at once";
+            renderer.SetProgramName("setter");
+            renderer.KeyboardNote(static_cast<int>(cutoff) % 128, 0.5f);
+            std::this_thread::yield();
+        }
+    });
+    std::thread loader([&] {
+        std::array<char, 64> name;
+        for (float value = 1.0f; !stop; value += 1.0f) {
+            renderer.Load(value);
+            renderer.SetProgramName("loader");
+            renderer.GetProgramName(name);
+            const std::string_view seen = name.data();
+            if (seen != "setter" && seen != "loader" && seen != "<noname>")
+                ADD_FAILURE() << "a torn name: " << seen;
+            if (static_cast<int>(value) % 64 == 0)
+                renderer.ChangeSampleRate(44100.0 + static_cast<double>(value));
+            std::this_thread::yield();
+        }
+    });
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(500);
+    while (std::chrono::steady_clock::now() < end)
+        renderer.Process();
+    stop = true;
+    setter.join();
+    loader.join();
+    renderer.Process();
+    EXPECT_FALSE(renderer.mixedProgram);
+    EXPECT_TRUE(renderer.FollowsEverything());
+    EXPECT_GT(renderer.renders, 10);
+}
+
+TEST(EngineThread, KeepsTheOrderOfOneThreadsChanges)
+{
+    CFollower renderer;
+    renderer.SwitchProcessing(true);
+    std::atomic<bool> stop{false};
+    std::thread setter([&] {
+        for (float cutoff = 1.0f; cutoff < 20000.0f; cutoff += 1.0f)
+            renderer.SetParameter(kFilterCutoff, cutoff);
+        stop = true;
+    });
+    while (!stop)
+        renderer.Process(1);
+    setter.join();
+    renderer.Process();
+    EXPECT_FALSE(renderer.outOfOrder);
+    EXPECT_EQ(renderer.applied[kFilterCutoff], 19999.0f);
+}
+
+TEST(EngineThread, RendersSilenceInsteadOfWaitingWhileAnotherThreadHasTheEngine)
+{
+    CTestRenderer renderer;
+    renderer.SwitchProcessing(true);
+    std::atomic<int> stage{0};
+    std::thread control([&] {
+        CControlOperation operation(renderer, CControlScope::EWhen::Always);
+        stage = 1;
+        while (stage != 2)
+            std::this_thread::yield();
+    });
+    while (stage != 1)
+        std::this_thread::yield();
+    renderer.Queue(40, 0x90, 60, 100);
+    EXPECT_EQ(renderer.Process(64), std::vector<float>(64, 0.0f));
+    EXPECT_TRUE(renderer.log.empty());
+    stage = 2;
+    control.join();
+    EXPECT_EQ(renderer.Process(64), std::vector<float>(64, 1.0f));
+    EXPECT_EQ(renderer.log, (std::vector<std::string>{"on 60", "render 64"}))
+        << "what was due in the silent block comes at the start of the next";
+}
+
+} // namespace keldra::test

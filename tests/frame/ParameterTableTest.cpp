@@ -1,0 +1,186 @@
+#include "frame/ParameterTable.h"
+
+#include <array>
+#include <cmath>
+#include <gtest/gtest.h>
+#include <limits>
+#include <set>
+#include <string>
+
+#include "frame/Numbers.h"
+#include "frame/ValueText.h"
+
+namespace keldra::test {
+
+namespace {
+
+constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
+constexpr float kInfinity = std::numeric_limits<float>::infinity();
+
+std::string TextOf(int index, float value)
+{
+    std::array<char, kValueTextSize> text;
+    WriteValueText(index, value, text);
+    return text.data();
+}
+
+} // namespace
+
+TEST(ParameterTable, ReadsSelectorsFromTheValuesThatHostsSend)
+{
+    struct Case {
+        float value;
+        int last, position;
+    };
+    for (const auto& [value, last, position] :
+         {Case{0.74f, 4, 2}, Case{0.75f, 4, 3}, Case{1.0f, 4, 4}, Case{0.9999f, 4, 3},
+          Case{0.25f, 4, 1}, Case{0.2499f, 4, 0}, Case{0.5f, 2, 1}, Case{0.6f, 5, 3},
+          Case{kNan, 4, 0}, Case{kInfinity, 4, 4}, Case{-1e30f, 4, 0}, Case{1e30f, 5, 5}})
+        EXPECT_EQ(SelectorPosition(value, last), position) << value;
+    for (int last = 1; last <= 10; ++last)
+        for (int k = 0; k <= last; ++k)
+            EXPECT_EQ(SelectorPosition(static_cast<float>(k) / static_cast<float>(last), last), k);
+}
+
+TEST(ParameterTable, ReadsSemitonesAndTimes)
+{
+    for (const auto& [value, semitones] :
+         {std::pair{0.5f, 0}, {0.0f, -24}, {1.0f, 24}, {0.52f, 0}, {0.521f, 1}, {kNan, -24}})
+        EXPECT_EQ(WholeSemitones(value), semitones) << value;
+    EXPECT_FLOAT_EQ(TimeCurve(0.0f, 5.0f, 50000.0f), 5.0f);
+    EXPECT_FLOAT_EQ(TimeCurve(1.0f, 5.0f, 50000.0f), 50000.0f);
+    EXPECT_NEAR(TimeCurve(0.5f, 1.0f, 5000.0f), 313.4f, 0.1f);
+    EXPECT_NEAR(LfoRateHz(0.5f), 0.9375f, 1e-6f);
+    EXPECT_EQ(TruncateToInt(1e30), std::numeric_limits<int>::max());
+    EXPECT_EQ(TruncateToInt(-1e30), std::numeric_limits<int>::min());
+    EXPECT_EQ(TruncateToInt(static_cast<double>(kNan)), 0);
+}
+
+TEST(ParameterTable, GivesEachParameterANameOfItsOwn)
+{
+    std::set<std::string_view> names;
+    for (const ParameterRow& row : kParameters) {
+        EXPECT_TRUE(names.insert(row.name).second) << row.name;
+        EXPECT_EQ(FindParameter(row.name), row.index);
+    }
+    EXPECT_EQ(FindParameter(" flt. cutoff "), kFilterCutoff);
+    EXPECT_EQ(FindParameter("Unison Voices"), kUnisonVoices);
+    EXPECT_EQ(FindParameter("Cutoff"), -1);
+    EXPECT_EQ(TableDefault(kPolyphony), 15.0f);
+    EXPECT_EQ(TableDefault(kArpStepLength), 1.0f);
+    EXPECT_EQ(TableDefault(kDelayTimeLeft), 3.0f / 7.0f);
+    EXPECT_EQ(TableDefault(kSpare74), 0.0f);
+}
+
+TEST(ValueText, SaysEachValueInTheMusiciansWords)
+{
+    struct Case {
+        int index;
+        float value;
+        const char* text;
+    };
+    constexpr Case kCases[] = {
+        {kGain, 0.5f, "-5.00 dB"},
+        {kGain, 1.0f, "10.00 dB"},
+        {kGain, 0.0f, "-20.00 dB"},
+        {kFineTune, 0.5f, "0"},
+        {kFineTune, 0.0f, "-100"},
+        {kTranspose, 0.5f, "0"},
+        {kTranspose, 1.0f, "24"},
+        {kTranspose, 0.0f, "-24"},
+        {kOscBDetune, 1.0f, "+ 50"},
+        {kEgAttack, 0.0f, "5 ms"},
+        {kEgAttack, 1.0f, "50000 ms"},
+        {kAmpDecay, 0.0f, "1 ms"}, // the engine's shortest decay is 5 ms; songs show it as 1
+        {kAmpRelease, 0.0f, "15 ms"},
+        {kDelayTimeLeft, 1.0f, "8/4"},
+        {kDelayTimeLeft, 0.0f, "1/4"},
+        {kDelayTimeRight, 3.0f / 7.0f, "4/4"},
+        {kLfoRate, 1.0f, "30.00 Hz"},
+        {kLfoRate, 0.5f, "0.94 Hz"},
+        {kChorusRate, 0.5f, "2.60 Hz"},
+        {kFilterCutoff, 0.999f, "99 %"},
+        {kPolyphony, 15.0f, "100 %"},
+        {kFirstControllerLink, -1.0f, "0 %"},
+        {kFilterMode, 0.5f, "BP"},
+        {kFilterMode, 1.0f, "HP"},
+        {kOscAShape, 0.0f, "Saw"},
+        {kOscBShape, 0.01f, "Pulse"},
+        {kGateStep1, 0.7f, "On"},
+        {kMonophonic, 0.0f, "Off"},
+        {kLfoShape, 0.5f, "Triangle"},
+        {kArpMode, 0.75f, "Up/Down"},
+        {kArpRange, 1.0f, "4 oct."},
+        {kEgAmount, 0.0f, "-100 %"},
+        {kFilterCutoff, kNan, "0 %"},
+        {kTranspose, kInfinity, "24"},
+        {-1, 0.5f, "50 %"},
+        {100000, 0.5f, "50 %"},
+    };
+    for (const auto& [index, value, text] : kCases)
+        EXPECT_EQ(TextOf(index, value), text) << index << " at " << value;
+
+    for (int index = -1; index < 160; ++index)
+        for (const float value : {kNan, kInfinity, -kInfinity, 1e30f, -1e30f, 1e-40f, -0.0f}) {
+            std::array<char, 9> small;
+            small.fill('#');
+            WriteValueText(index, value, std::span(small).first(8));
+            EXPECT_EQ(small[8], '#') << "nothing is written beyond a buffer";
+            EXPECT_LT(TextOf(index, value).size(), kValueTextSize);
+        }
+}
+
+TEST(ValueText, UnderstandsWhatItWritesAndWhatPeopleType)
+{
+    for (const ParameterRow& row : kParameters)
+        for (int i = 0; i <= 200; ++i) {
+            const float value = static_cast<float>(i) / 200.0f;
+            const std::string text = TextOf(row.index, value);
+            const auto read = ParseValueText(row.index, text);
+            ASSERT_TRUE(read.has_value()) << row.name << ": " << text;
+            // Percentages are written truncated, so that a text stands for its lower end.
+            if (row.display == EDisplay::Percent) {
+                EXPECT_NEAR(*read, value, 0.0101f) << row.name;
+            } else {
+                EXPECT_EQ(TextOf(row.index, *read), text) << row.name << " at " << value;
+            }
+        }
+
+    struct Case {
+        int index;
+        const char* typed;
+        const char* shown; ///< null: not understood
+    };
+    constexpr Case kCases[] = {
+        {kEgAttack, "1.2 s", "1200 ms"},  {kEgAttack, "99999999", "50000 ms"},
+        {kEgAttack, "0", "5 ms"},         {kGain, "-6 dB", "-6.00 dB"},
+        {kGain, "3", "3.00 dB"},          {kFilterCutoff, "50", "50 %"},
+        {kFilterCutoff, "-3 %", "0 %"},   {kLfoRate, "440", "30.00 Hz"},
+        {kLfoRate, " 2.5hz ", "2.50 Hz"}, {kTranspose, "+7", "7"},
+        {kTranspose, "-12 st", "-12"},    {kArpMode, "up/down", "Up/Down"},
+        {kArpMode, "rand", "Random"},     {kArpMode, "u", nullptr},
+        {kArpRange, "2", "2 oct."},       {kOscASync, "ON", "On"},
+        {kOscASync, "perhaps", nullptr},  {kDelayTimeLeft, "3/4", "3/4"},
+        {kDelayTimeLeft, "3", "3/4"},     {kFilterCutoff, "50 dB", nullptr},
+        {kFilterCutoff, "", nullptr},     {kFilterCutoff, "nan", nullptr},
+        {kGain, "0,5", nullptr},          {kFirstControllerLink, "1", nullptr},
+    };
+    for (const auto& [index, typed, shown] : kCases) {
+        const auto value = ParseValueText(index, typed);
+        ASSERT_EQ(value.has_value(), shown != nullptr) << typed;
+        if (value) {
+            EXPECT_EQ(TextOf(index, *value), shown) << typed;
+        }
+    }
+    for (const auto& [index, typed, stored] : {std::tuple{kUnisonVoices, "8", 4.0f},
+                                               {kPolyphony, "64", 63.0f},
+                                               {kBendRange, "2", 1.0f},
+                                               {kGateStepLength, "1/16", 1.0f},
+                                               {kLfoSync, "---", 0.0f},
+                                               {kLfoSync, "16/4", 9.0f}})
+        EXPECT_EQ(ParseValueText(index, typed), stored) << typed;
+    EXPECT_FALSE(ParseValueText(kUnisonVoices, "5").has_value());
+    EXPECT_FALSE(ParseValueText(kPolyphony, "65").has_value());
+}
+
+} // namespace keldra::test
