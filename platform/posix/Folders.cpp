@@ -1,0 +1,55 @@
+#include "platform/Folders.h"
+
+#include <algorithm>
+#include <dirent.h>
+#include <fcntl.h>
+#include <memory>
+#include <sys/stat.h>
+
+namespace keldra {
+
+namespace {
+
+FileStamp StampOf(const struct stat& status)
+{
+    return {status.st_mtim.tv_sec * std::int64_t{1'000'000'000} + status.st_mtim.tv_nsec,
+            static_cast<std::uint64_t>(status.st_size), static_cast<std::uint64_t>(status.st_ino)};
+}
+
+} // namespace
+
+bool ListFolder(std::string_view path, std::vector<FolderEntry>& entries)
+{
+    entries.clear();
+    if (path.empty() || path.find('\0') != std::string_view::npos)
+        return false;
+    const std::unique_ptr<DIR, int (*)(DIR*)> folder(::opendir(std::string(path).c_str()),
+                                                     &::closedir);
+    if (folder == nullptr)
+        return false;
+    while (entries.size() < kMaxFolderEntries) {
+        const dirent* entry = ::readdir(folder.get());
+        if (entry == nullptr)
+            break;
+        const std::string_view name = entry->d_name;
+        struct stat status {};
+        if (name.starts_with('.') || !IsUtf8(name) ||
+            ::fstatat(::dirfd(folder.get()), entry->d_name, &status, 0) != 0)
+            continue;
+        if (S_ISDIR(status.st_mode) || S_ISREG(status.st_mode))
+            entries.push_back({std::string(name), S_ISDIR(status.st_mode), StampOf(status)});
+    }
+    std::sort(entries.begin(), entries.end(), [](const FolderEntry& a, const FolderEntry& b) {
+        return NaturallyBefore(a.name, b.name);
+    });
+    return true;
+}
+
+bool FolderExists(std::string_view path)
+{
+    struct stat status {};
+    return path.find('\0') == std::string_view::npos &&
+           ::stat(std::string(path).c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+} // namespace keldra
