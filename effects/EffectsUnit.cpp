@@ -1,0 +1,78 @@
+#include "effects/EffectsUnit.h"
+
+#include <algorithm>
+
+#include "effects/Sample.h"
+
+namespace keldra {
+
+namespace {
+
+bool IsSilence(const float* samples, int frames)
+{
+    return std::all_of(samples, samples + frames,
+                       [](float sample) { return SaneInput(sample) == 0.0f; });
+}
+
+} // namespace
+
+EffectsUnit::EffectsUnit()
+{
+    shelfLeft_.SetSampleRate(44100.0);
+    shelfRight_.SetSampleRate(44100.0);
+}
+
+void EffectsUnit::SetSampleRate(double hz)
+{
+    if (!IsUsableRate(hz))
+        return;
+    delay_.SetSampleRate(hz);
+    chorus_.SetSampleRate(hz);
+    shelfLeft_.SetSampleRate(hz);
+    shelfRight_.SetSampleRate(hz);
+    Reset();
+}
+
+void EffectsUnit::Reset()
+{
+    shelfLeft_.Reset();
+    shelfRight_.Reset();
+    delay_.Reset();
+    chorus_.Reset();
+}
+
+void EffectsUnit::Process(float* left, float* right, int frames)
+{
+    if (IsSilent() && IsSilence(left, frames) && IsSilence(right, frames)) {
+        std::fill_n(left, frames, 0.0f);
+        std::fill_n(right, frames, 0.0f);
+        chorus_.PassSilence(frames);
+        delay_.PassSilence(frames);
+        return;
+    }
+
+    // On copies: a store into the block might alias a member, which would be reloaded every time.
+    ShelfFilter shelfLeft = shelfLeft_;
+    ShelfFilter shelfRight = shelfRight_;
+    for (int i = 0; i < frames; ++i) {
+        left[i] = shelfLeft.Process(left[i]);
+        right[i] = shelfRight.Process(right[i]);
+    }
+    shelfLeft_ = shelfLeft;
+    shelfRight_ = shelfRight;
+    chorus_.Process(left, right, frames);
+    delay_.Process(left, right, frames);
+}
+
+bool EffectsUnit::IsSilent() const
+{
+    return shelfLeft_.IsSilent() && shelfRight_.IsSilent() && chorus_.IsSilent() &&
+           delay_.IsSilent();
+}
+
+std::size_t EffectsUnit::MemoryBytes() const
+{
+    return delay_.MemoryBytes() + chorus_.MemoryBytes();
+}
+
+} // namespace keldra
