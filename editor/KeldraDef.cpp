@@ -1,0 +1,41 @@
+#include "editor/KeldraDef.h"
+
+#include "engine/KeldraSynth.h"
+#include "frame/EditorPort.h"
+#include "frame/ParameterTable.h"
+#include "frame/Text.h"
+
+// The one file that sees both the engine and the editor.
+
+namespace keldra {
+
+namespace {
+
+KeldraDef definition;
+
+} // namespace
+
+KeldraDef::KeldraDef()
+{
+    parameterCount = kParameterCount;
+    hostParameterCount = kHostParameterCount;
+    inputPairCount = 0;
+    outputPairCount = 1;
+    CopyText("Keldra", pluginName);
+    CopyText("Tallowen", vendorName);
+    CopyText("2.4", versionText);
+    isEffect = false;
+    uniqueId = 0x53617757;
+}
+
+std::unique_ptr<CPluginRenderer> KeldraDef::CreateRenderer() const
+{
+    return std::make_unique<KeldraSynth>();
+}
+
+std::unique_ptr<CEditorPort> KeldraDef::CreateEditor() const
+{
+    return nullptr;
+}
+
+} // namespace keldra

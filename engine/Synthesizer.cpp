@@ -1,0 +1,399 @@
+#include "engine/Synthesizer.h"
+
+#include <algorithm>
+#include <cmath>
+
+#include "engine/EngineRandom.h"
+#include "frame/Numbers.h"
+#include "frame/PluginInstance.h"
+#include "frame/PluginWrapper.h"
+#include "voice/VoiceGenerator.h"
+
+namespace keldra {
+
+namespace {
+
+// Controllers that the engine itself understands.
+constexpr int kModWheelController = 1;
+constexpr int kVolume = 7;
+constexpr int kPan = 10;
+constexpr int kBankSelectFine = 32;
+constexpr int kSustain = 64;
+constexpr int kResetAllControllers = 121;
+constexpr int kAllNotesOff = 123;
+constexpr int kPolyModeOn = 127;
+
+constexpr float kRestingGlidePitch = 48.0f;
+constexpr double kMaxTempo = 100000.0;
+
+} // namespace
+
+CSynthesizer::CSynthesizer() : arpeggiator_(*this)
+{
+    patch_.keys = &Keys();
+    SetController(kVolume, 1.0f);
+    SetController(kPan, 0.5f);
+}
+
+// --- Notes ---
+
+void CSynthesizer::NoteOn(int key)
+{
+    const float velocity = KeyVelocity(key);
+    heldKeys_.Set(key, velocity);
+    if (arpeggiatorOn_)
+        arpeggiator_.KeysChanged(KeyVelocities());
+    else
+        PlayNote(key, velocity);
+}
+
+void CSynthesizer::NoteOff(int key)
+{
+    if (Controller(kSustain) != 0.0f)
+        return;
+    heldKeys_.Clear(key);
+    if (arpeggiatorOn_)
+        arpeggiator_.KeysChanged(KeyVelocities());
+    else
+        PlayNote(key, 0.0f);
+}
+
+void CSynthesizer::PlayNote(int key, float velocity)
+{
+    heldKeys_.Set(key, velocity);
+    if (firstVoice_ == nullptr || polyphony_ == 0)
+        return;
+    if (monophonic_) {
+        PlayMonoNote(key, velocity);
+        return;
+    }
+    if (velocity == 0.0f) {
+        ReleaseVoicesOf(key);
+        return;
+    }
+    const float drift = DrawDrift();
+    const float glideStart = GlideStart(key);
+    for (int k = 0; k < unisonCount_ && k < polyphony_; ++k) {
+        CVoiceGenerator& voice = ChooseVoice();
+        Assign(voice, key);
+        voice.unisonIndex = static_cast<std::int8_t>(k);
+        voice.unisonCount = static_cast<std::int8_t>(unisonCount_);
+        voice.drift = drift;
+        voice.velocity = std::pow(velocity, velocityExponent_);
+        voice.released = false;
+        voice.glidePitch = glideTime_ < 0.001f ? static_cast<float>(key) : glideStart;
+        voice.glideRate = GlideRateTo(key, voice.glidePitch);
+        voice.Start();
+    }
+    lastNote_ = key;
+}
+
+void CSynthesizer::PlayMonoNote(int key, float velocity)
+{
+    if (velocity == 0.0f)
+        MonoNoteOff(key);
+    else
+        MonoNoteOn(key, velocity);
+}
+
+void CSynthesizer::MonoNoteOn(int key, float velocity)
+{
+    const float drift = DrawDrift();
+    float glideStart = static_cast<float>(lastNote_ < 0 ? key : lastNote_);
+    if ((glideMode_ & kOnlyFromHeldKeys) != 0 && (firstVoice_->IsFree() || firstVoice_->released))
+        glideStart = static_cast<float>(key);
+
+    CVoiceGenerator* voice = firstVoice_;
+    for (int k = 0; k < unisonCount_ && k < polyphony_ && voice != nullptr; ++k) {
+        const bool restart = voice->IsFree() || voice->released;
+        Assign(*voice, key);
+        voice->released = false;
+        voice->drift = drift;
+        voice->unisonIndex = static_cast<std::int8_t>(k);
+        voice->unisonCount = static_cast<std::int8_t>(unisonCount_);
+        voice->glideRate = GlideRateTo(key, voice->glidePitch);
+        if (restart) {
+            voice->velocity = std::pow(velocity, velocityExponent_);
+            voice->glidePitch = glideTime_ < 0.001f ? static_cast<float>(key) : glideStart;
+            voice->Start();
+        }
+        voice = voice->next;
+    }
+    lastNote_ = key;
+}
+
+void CSynthesizer::MonoNoteOff(int key)
+{
+    const int held = heldKeys_.NearestTo(key);
+    if (held < 0) {
+        ReleaseVoicesOf(key);
+        return;
+    }
+    for (CVoiceGenerator* voice = firstVoice_; voice != nullptr; voice = voice->next)
+        if (voice->note == key) {
+            Assign(*voice, held);
+            voice->glideRate = GlideRate(12.0f);
+            lastNote_ = held;
+        }
+}
+
+void CSynthesizer::ReleaseVoicesOf(int key)
+{
+    for (CVoiceGenerator* voice = firstVoice_; voice != nullptr; voice = voice->next)
+        if (voice->note == key) {
+            voice->released = true;
+            voice->Release();
+        }
+}
+
+/// Gives a voice its key and the newest stamp.
+void CSynthesizer::Assign(CVoiceGenerator& voice, int key)
+{
+    voice.startStamp = startCounter_++;
+    auto& counts = Keys().voiceCount;
+    if (!voice.IsFree() && counts[static_cast<std::size_t>(voice.note)] > 0)
+        --counts[static_cast<std::size_t>(voice.note)];
+    voice.note = static_cast<std::int8_t>(key);
+    ++counts[static_cast<std::size_t>(key)];
+}
+
+/// Among those that may be used: the first free one, else the one longest in release, else the
+/// oldest.
+CVoiceGenerator& CSynthesizer::ChooseVoice() const
+{
+    CVoiceGenerator* oldest = nullptr;
+    CVoiceGenerator* oldestReleased = nullptr;
+    CVoiceGenerator* voice = firstVoice_;
+    for (int i = 0; i < polyphony_ && voice != nullptr; ++i, voice = voice->next) {
+        if (voice->IsFree())
+            return *voice;
+        if (voice->released &&
+            (oldestReleased == nullptr || voice->startStamp < oldestReleased->startStamp))
+            oldestReleased = voice;
+        if (oldest == nullptr || voice->startStamp < oldest->startStamp)
+            oldest = voice;
+    }
+    return oldestReleased != nullptr ? *oldestReleased : *oldest;
+}
+
+float CSynthesizer::DrawDrift() const
+{
+    return (DrawEngineRandom() - 1.0f) * 2.0f * driftAmount_;
+}
+
+float CSynthesizer::GlideStart(int key) const
+{
+    if ((glideMode_ & kOnlyFromHeldKeys) != 0) {
+        const int held = heldKeys_.NearestTo(key);
+        return static_cast<float>(held < 0 ? key : held);
+    }
+    return static_cast<float>(lastNote_ < 0 ? key : lastNote_);
+}
+
+/// Semitones per internal sample of a glide that takes the glide time for so many semitones.
+/// (Eight internal samples to a frame: it arrives in an eighth of that time.)
+float CSynthesizer::GlideRate(float semitones) const
+{
+    const double rate = GetSampleRate() > 0.0 ? GetSampleRate() : 44100.0;
+    return static_cast<float>(semitones / (static_cast<double>(glideTime_) * rate));
+}
+
+float CSynthesizer::GlideRateTo(int key, float from) const
+{
+    const bool fixedTime = (glideMode_ & kFixedTime) != 0;
+    return GlideRate(fixedTime ? std::fabs(static_cast<float>(key) - from) : 12.0f);
+}
+
+void CSynthesizer::KeyboardNote(int key, float velocity)
+{
+    if (key < 0 || key >= kKeyCount)
+        return;
+    RequestChange({EngineChange::EKind::KeyboardNote, key, velocity, nullptr});
+    // That host owns the notes: it sends back what it makes of them.
+    if (CPluginInstance::Get().HostKind() != EHostKind::Native || HostWrapper() == nullptr)
+        return;
+    if (velocity != 0.0f)
+        HostWrapper()->HostNoteOn(key, velocity);
+    else
+        HostWrapper()->HostNoteOff(key);
+}
+
+void CSynthesizer::ApplyKeyboardNote(int key, float velocity)
+{
+    SetKeyVelocity(key, Clamped(velocity, 0.0f, 1.0f));
+    if (CPluginInstance::Get().HostKind() == EHostKind::Native)
+        return;
+    // Not the overrides: the editor has marked its key itself.
+    if (velocity != 0.0f)
+        CSynthesizer::NoteOn(key);
+    else
+        CSynthesizer::NoteOff(key);
+}
+
+// --- Controllers ---
+
+void CSynthesizer::ControlChange(int controller)
+{
+    if (controller == kModWheelController)
+        patch_.modWheel = Controller(kModWheelController);
+    if (controller == kSustain)
+        ReleaseSustained();
+    else if (controller == kResetAllControllers)
+        ResetAllControllers();
+    else if (controller == kAllNotesOff)
+        ReleaseAllNotes();
+}
+
+void CSynthesizer::ReleaseSustained()
+{
+    if (Controller(kSustain) != 0.0f)
+        return;
+    for (int key = 0; key < kKeyCount; ++key)
+        if (KeyVelocity(key) == 0.0f && heldKeys_.IsHeld(key))
+            NoteOff(key);
+}
+
+void CSynthesizer::ResetAllControllers()
+{
+    for (int controller = 0; controller < 128; ++controller)
+        SetController(controller, 0.0f);
+    SetController(kVolume, 1.0f);
+    SetController(kPan, 0.5f);
+    for (int controller = 0; controller < kPolyModeOn; ++controller)
+        if (controller != kBankSelectFine && controller != kSustain &&
+            controller != kResetAllControllers && controller != kAllNotesOff)
+            ControlChange(controller);
+}
+
+void CSynthesizer::ReleaseAllNotes()
+{
+    const float sustain = Controller(kSustain);
+    SetController(kSustain, 0.0f);
+    for (int key = 0; key < kKeyCount; ++key)
+        MidiNoteOff(key, 0);
+    SetController(kSustain, sustain);
+}
+
+void CSynthesizer::PitchBendChanged()
+{
+    patch_.bend = Bend();
+}
+
+// --- Settings ---
+
+void CSynthesizer::SetMonophonic(bool on)
+{
+    if (on == monophonic_)
+        return;
+    monophonic_ = on; // the keys are let go in the new mode already
+    ReleaseAllNotes();
+}
+
+void CSynthesizer::SetArpeggiatorOn(bool on)
+{
+    if (on == arpeggiatorOn_)
+        return;
+    ReleaseAllNotes(); // in the old mode: the arpeggiator hears it and stops
+    arpeggiatorOn_ = on;
+}
+
+void CSynthesizer::SetFineTune(float semitones)
+{
+    fineTune_ = semitones;
+    patch_.masterTune = transpose_ + fineTune_;
+}
+
+void CSynthesizer::SetTranspose(float semitones)
+{
+    transpose_ = semitones;
+    patch_.masterTune = transpose_ + fineTune_;
+}
+
+void CSynthesizer::SetGlideTime(float seconds)
+{
+    glideTime_ = seconds;
+}
+
+void CSynthesizer::SetGlideMode(bool onlyFromHeldKeys, bool fixedTime)
+{
+    glideMode_ = (onlyFromHeldKeys ? kOnlyFromHeldKeys : 0u) | (fixedTime ? kFixedTime : 0u);
+}
+
+void CSynthesizer::SetUnisonCount(int voices)
+{
+    unisonCount_ = std::max(1, std::min(voices, voiceObjectCount_));
+}
+
+void CSynthesizer::SetPolyphony(int voices)
+{
+    polyphony_ = std::max(1, std::min(voices, voiceObjectCount_));
+}
+
+void CSynthesizer::AppendVoice(CVoiceGenerator& voice)
+{
+    (lastVoice_ != nullptr ? lastVoice_->next : firstVoice_) = &voice;
+    lastVoice_ = &voice;
+    ++voiceObjectCount_;
+}
+
+double CSynthesizer::SaneTempo()
+{
+    const double tempo = GetTempo();
+    if (std::isfinite(tempo))
+        lastSaneTempo_ = std::clamp(tempo, 0.0, kMaxTempo);
+    return lastSaneTempo_;
+}
+
+// --- Sound ---
+
+void CSynthesizer::SetSampleRate(double hz)
+{
+    CPluginRenderer::SetSampleRate(hz);
+    ReleaseAllNotes();
+    for (CVoiceGenerator* voice = firstVoice_; voice != nullptr; voice = voice->next) {
+        voice->Reset(static_cast<float>(hz));
+        voice->glidePitch = kRestingGlidePitch;
+    }
+    currentGainLeft_ = OutputGain(0);
+    currentGainRight_ = OutputGain(1);
+    lastNote_ = -1;
+    arpeggiator_.ResetArpeggiator();
+    arpeggiator_.StopArpeggiator();
+}
+
+float CSynthesizer::OutputGain(int channel) const
+{
+    const float gain = gain_ * Controller(kVolume) * 0.5f;
+    if (!(gain > 0.0f))
+        return 0.0f;
+    const float pan = Clamped((Controller(kPan) - 0.5f + kPanOffset) * 2.0f, 0.0f, 2.0f);
+    if (channel == 0)
+        return pan < 1.0f ? gain * pan : gain;
+    return pan > 1.0f ? gain * (2.0f - pan) : gain;
+}
+
+void CSynthesizer::Render()
+{
+    const int frames = output_.FrameCount();
+    if (arpeggiatorOn_)
+        arpeggiator_.AdvanceClock(GetSampleRate(), SaneTempo(), frames);
+
+    float* left = output_.Channel(0);
+    float* right = output_.Channel(1);
+    if (left == nullptr || right == nullptr)
+        return;
+    const float targetLeft = OutputGain(0);
+    const float targetRight = OutputGain(1);
+    float gainLeft = currentGainLeft_;
+    float gainRight = currentGainRight_;
+    for (int i = 0; i < frames; ++i) {
+        left[i] *= gainLeft;
+        gainLeft += (targetLeft - gainLeft) * 0.005f;
+        right[i] *= gainRight;
+        gainRight += (targetRight - gainRight) * 0.005f;
+    }
+    currentGainLeft_ = gainLeft;
+    currentGainRight_ = gainRight;
+}
+
+} // namespace keldra
