@@ -1,0 +1,630 @@
+#include <algorithm>
+#include <array>
+#include <atomic>
+#include <cstring>
+#include <gtest/gtest.h>
+#include <limits>
+#include <thread>
+
+#include "frame/StateBlock.h"
+#include "tests/hosts/VstFakes.h"
+
+namespace keldra::test {
+
+using namespace vst;
+
+namespace {
+
+constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+constexpr double kInfinity = std::numeric_limits<double>::infinity();
+
+class VstBinding : public testing::Test {
+protected:
+    VstBinding()
+    {
+        Definition().behaviour = {};
+        Definition().isEffect = false;
+    }
+    /// An instance whose making isn't of interest.
+    void Load()
+    {
+        ASSERT_TRUE(host_.Load());
+        (void)journal.Take();
+    }
+
+    CFakeHost host_;
+};
+
+using VstBindingThread = VstBinding;
+
+void* Window(std::uintptr_t id)
+{
+    return reinterpret_cast<void*>(id);
+}
+
+} // namespace
+
+// --- The entry and what the record says ---
+
+TEST_F(VstBinding, MakesAnInstanceInTheOrderThatHostsAndEditorsRelyOn)
+{
+    ASSERT_TRUE(host_.Load());
+    EXPECT_EQ(journal.Take(), (Lines{"version?", "connect", "build", "rate 44100.00"}));
+    std::array<char, 256> text;
+    CPluginInstance::Get().GetHostVendor(text);
+    EXPECT_EQ(text.data(), std::string(200, 'v'));
+    CPluginInstance::Get().GetHostProduct(text);
+    EXPECT_STREQ(text.data(), "Fake");
+    EXPECT_EQ(CPluginInstance::Get().HostKind(), EHostKind::Vst);
+}
+
+TEST_F(VstBinding, AnswersNullWhenThereCanBeNoInstance)
+{
+    EXPECT_EQ(CreateVstInstance(nullptr), nullptr);
+    host_.version = 0;
+    EXPECT_FALSE(host_.Load());
+    for (const VstInt32 version : {2, 2300, 2400}) { // hosts of every age are let in
+        host_.version = version;
+        EXPECT_TRUE(host_.Load()) << version;
+        host_.Close();
+    }
+    Definition().behaviour.allowsInstances = false;
+    EXPECT_FALSE(host_.Load());
+    Definition().behaviour = {.memoryIsShort = true};
+    EXPECT_FALSE(host_.Load());
+}
+
+TEST_F(VstBinding, SaysWhoItIs)
+{
+    Load();
+    const AEffect& record = *host_.effect;
+    EXPECT_EQ(record.magic, 0x56737450);
+    EXPECT_EQ(record.numPrograms, 1);
+    EXPECT_EQ(record.numParams, 156);
+    EXPECT_EQ(record.numInputs, 0);
+    EXPECT_EQ(record.numOutputs, 2);
+    EXPECT_EQ(record.flags, 0x131);
+    EXPECT_EQ(record.initialDelay, 0);
+    EXPECT_EQ(record.uniqueID, 0x53617757);
+    EXPECT_EQ(record.version, 1);
+    EXPECT_EQ(record.ioRatio, 1.0f);
+    EXPECT_EQ(record.resvd1, 0);
+    EXPECT_EQ(record.resvd2, 0);
+    EXPECT_EQ(record.processDoubleReplacing, nullptr);
+    EXPECT_NE(record.process, record.processReplacing) << "hosts take that for a very old effect";
+    EXPECT_TRUE(std::all_of(std::begin(record.future), std::end(record.future),
+                            [](char byte) { return byte == 0; }));
+
+    EXPECT_EQ(host_.Text(effGetEffectName), "Keldra");
+    EXPECT_EQ(host_.Text(effGetVendorString), "Tallowen");
+    EXPECT_EQ(host_.Text(effGetProductString), "Keldra 2.4");
+
+    Definition().isEffect = true;
+    EXPECT_EQ(host_.Dispatch(effGetPlugCategory), kPlugCategEffect);
+    host_.Close();
+    ASSERT_TRUE(host_.Load());
+    EXPECT_EQ(host_.effect->flags, 0x031);
+}
+
+// --- Every opcode ---
+
+TEST_F(VstBinding, AnswersEveryOpcodeAsPublished)
+{
+    Load();
+    struct Case {
+        VstInt32 opcode, index;
+        VstIntPtr value;
+        float opt;
+        VstIntPtr answer;
+    };
+    constexpr VstIntPtr kWheel = FourCharacters("Whee");
+    constexpr Case kCases[] = {
+        {effOpen, 0, 0, 0, 0},
+        {effSetProgram, 0, 1, 0, 0},
+        {effSetProgram, 0, -1, 0, 0},
+        {effGetProgram, 0, 0, 0, 0},
+        {effGetVu, 0, 0, 0, 0},
+        {effSetBlockSize, 0, -5, 0, 0},
+        {effIdentify, 0, 0, 0, 0x4E764566},
+        {effCanBeAutomated, 0, 0, 0, 1},
+        {effCanBeAutomated, 155, 0, 0, 1},
+        {effString2Parameter, 0, 0, 0, 0},
+        {effGetNumProgramCategories, 0, 0, 0, 1},
+        {effConnectInput, 0, 1, 0, 1},
+        {effConnectOutput, 0, 1, 0, 1},
+        {effGetPlugCategory, 0, 0, 0, 2},
+        {effSetBypass, 0, 0, 0, 0}, // hosts try it to see whether there is a bypass
+        {effSetBypass, 0, 1, 0, 0},
+        {effGetVendorVersion, 0, 0, 0, 0},
+        {effVendorSpecific, FourCharacters("stCA"), kWheel, 1.0f, 0},
+        {effVendorSpecific, FourCharacters("PreS"), FourCharacters("AeCs"), 2.0f, 0},
+        {effGetTailSize, 0, 0, 0, 0},
+        {effIdle, 0, 0, 0, 0},
+        {effKeysRequired, 0, 0, 0, 0},
+        {effGetVstVersion, 0, 0, 0, 2400},
+        {effEditKeyDown, 'a', 0, std::numeric_limits<float>::quiet_NaN(), 0},
+        {effEditKeyUp, 'a', 300, 1e30f, 0},
+        {effSetEditKnobMode, 0, 2, 0, 0},
+        {effGetCurrentMidiProgram, 0, 0, 0, -1},
+        {effStartProcess, 0, 0, 0, 0},
+        {effStopProcess, 0, 0, 0, 0},
+        {effSetTotalSampleToProcess, 0, 1000, 0, 1000},
+        {effSetProcessPrecision, 0, 1, 0, 0},
+        {effGetNumMidiInputChannels, 0, 0, 0, 0},
+        {effGetNumMidiOutputChannels, 0, 0, 0, 0},
+    };
+    for (const auto& [opcode, index, value, opt, answer] : kCases)
+        EXPECT_EQ(host_.Dispatch(opcode, index, value, nullptr, opt), answer) << opcode;
+
+    struct Question {
+        const char* text;
+        VstIntPtr answer;
+    };
+    for (const auto& [text, answer] : {Question{"receiveVstEvents", 1},
+                                       {"receiveVstMidiEvent", 1},
+                                       {"receiveVstTimeInfo", 1},
+                                       {"sendVstMidiEvent", -1},
+                                       {"bypass", -1},
+                                       {"hasCockosViewAsConfig", -1},
+                                       {"", -1},
+                                       {"receiveVst", -1}})
+        EXPECT_EQ(host_.Dispatch(effCanDo, 0, 0, const_cast<char*>(text)), answer) << text;
+}
+
+TEST_F(VstBinding, TakesAnyOpcodeWithAnyNumbersAndWithoutAPointer)
+{
+    Load();
+    constexpr VstInt32 kLargest = std::numeric_limits<VstInt32>::max();
+    constexpr VstInt32 kSmallest = std::numeric_limits<VstInt32>::min();
+    const auto tryWith = [&](VstInt32 opcode) {
+        if (opcode == effClose || opcode == effGetSpeakerArrangement)
+            return; // one ends it, the other takes the number for an address
+        for (const VstInt32 index : {0, -1, 156, 157, 100000, kLargest, kSmallest})
+            for (const VstIntPtr value :
+                 {VstIntPtr{0}, VstIntPtr{-1}, VstIntPtr{156},
+                  std::numeric_limits<VstIntPtr>::max(), std::numeric_limits<VstIntPtr>::min()})
+                for (const float opt :
+                     {0.0f, -1.0f, 1e38f, std::numeric_limits<float>::quiet_NaN()}) {
+                    const VstIntPtr answer = host_.Dispatch(opcode, index, value, nullptr, opt);
+                    if (opcode < 0 || opcode >= effNumOpcodes) {
+                        EXPECT_EQ(answer, 0) << opcode;
+                    }
+                }
+    };
+    for (VstInt32 opcode = -3; opcode < 90; ++opcode)
+        tryWith(opcode);
+    tryWith(kLargest);
+    tryWith(kSmallest);
+    EXPECT_EQ(host_.Dispatch(effGetSpeakerArrangement), 0);
+    VstSpeakerArrangement* in = reinterpret_cast<VstSpeakerArrangement*>(this);
+    VstSpeakerArrangement* out = in;
+    EXPECT_EQ(host_.Dispatch(effGetSpeakerArrangement, 0, reinterpret_cast<VstIntPtr>(&in), &out),
+              0);
+    EXPECT_EQ(in, nullptr);
+    EXPECT_EQ(out, nullptr);
+    EXPECT_EQ(host_.effect->dispatcher(nullptr, effOpen, 0, 0, nullptr, 0.0f), 0);
+
+    for (const VstInt32 index : {-1, 156, kLargest, kSmallest}) {
+        host_.effect->setParameter(host_.effect, index, 0.7f);
+        EXPECT_EQ(host_.effect->getParameter(host_.effect, index), 0.0f);
+    }
+}
+
+TEST_F(VstBinding, WritesTextsThatEndWithinWhatHostsProvide)
+{
+    Load();
+    host_.Dispatch(effSetProgramName, 0, 0, std::string(500, 'p').data());
+    struct Case {
+        VstInt32 opcode, index;
+        const char* text; ///< null: as long as there is room
+        std::size_t room;
+    };
+    constexpr Case kCases[] = {
+        {effGetParamName, 0, "OscA Shape", 64},
+        {effGetParamName, 1, nullptr, 64},
+        {effGetParamName, 100, "", 64},
+        {effGetParamName, 156, "<out of range>", 64},
+        {effGetParamName, -1, "<out of range>", 64},
+        {effGetParamDisplay, 0, "50000 ms", 16},
+        {effGetParamDisplay, 1, nullptr, 16},
+        {effGetParamLabel, 0, nullptr, 9},
+        {effGetProgramName, 0, nullptr, 25},
+        {effGetProgramNameIndexed, 0, nullptr, 25},
+        {effGetProgramNameIndexed, 7, nullptr, 25}, // one program, whatever the number
+    };
+    for (const auto& [opcode, index, text, room] : kCases) {
+        std::array<char, 256> buffer;
+        buffer.fill(0x55);
+        const VstIntPtr answer = host_.Dispatch(opcode, index, 0, buffer.data());
+        EXPECT_EQ(answer, opcode == effGetProgramNameIndexed ? 1 : 0);
+        const std::size_t length = text != nullptr ? std::strlen(text) : room - 1;
+        EXPECT_EQ(std::strlen(buffer.data()), length) << opcode << " " << index;
+        if (text != nullptr) {
+            EXPECT_STREQ(buffer.data(), text);
+        }
+        EXPECT_EQ(buffer[room], 0x55) << opcode << " " << index;
+    }
+}
+
+TEST_F(VstBinding, DescribesItsTwoOutputs)
+{
+    Load();
+    for (const auto& [index, answer] : {std::pair{0, 1}, {1, 1}, {2, 0}, {-1, 0}}) {
+        VstPinProperties pin;
+        std::memset(&pin, 0x55, sizeof pin);
+        EXPECT_EQ(host_.Dispatch(effGetOutputProperties, index, 0, &pin), answer) << index;
+        if (answer == 1) {
+            EXPECT_STREQ(pin.label, "Master");
+            EXPECT_EQ(pin.flags, 3);
+            EXPECT_EQ(pin.arrangementType, 0);
+        }
+        EXPECT_EQ(host_.Dispatch(effGetInputProperties, index, 0, &pin), 0);
+    }
+}
+
+TEST_F(VstBinding, IsNeutralWithoutARenderer)
+{
+    Definition().behaviour = {.hasRenderer = false};
+    Load();
+    EXPECT_EQ(host_.effect->flags, 0x130);
+    EXPECT_EQ(host_.Text(effGetParamName, 0), std::string(512, 0x55)) << "untouched";
+    EXPECT_EQ(host_.Text(effGetProgramNameIndexed, 0), std::string(512, 0x55));
+    host_.effect->setParameter(host_.effect, 0, 1.0f);
+    EXPECT_EQ(host_.effect->getParameter(host_.effect, 0), 0.0f);
+    void* chunk = this;
+    EXPECT_EQ(host_.Dispatch(effGetChunk, 0, 0, &chunk), 0);
+    EXPECT_EQ(chunk, this);
+    EXPECT_EQ(host_.Dispatch(effSetChunk, 0, 4, chunk), 0);
+    EXPECT_EQ(host_.Dispatch(effEditOpen, 0, 0, Window(1)), 0);
+    host_.SendMidi({Midi(0, 0x90, 60, 100)});
+    host_.Dispatch(effSetSampleRate, 0, 0, nullptr, 48000.0f);
+    host_.Dispatch(effMainsChanged, 0, 1);
+    EXPECT_EQ(host_.Process(8), std::vector<float>(8, 0.25f)) << "untouched";
+    EXPECT_EQ(journal.Take(), Lines{"host 6 0 1"});
+}
+
+// --- Audio ---
+
+TEST_F(VstBinding, PlaysEventsAtTheirFrame)
+{
+    Load();
+    host_.SendMidi({Midi(130, 0x90, 60, 100), Midi(600, 0x90, 61, 100)});
+    const auto out = host_.Process(512);
+    EXPECT_TRUE(std::all_of(out.begin(), out.begin() + 130, [](float s) { return s == 0.0f; }));
+    EXPECT_TRUE(std::all_of(out.begin() + 130, out.end(), [](float s) { return s == 0.5f; }));
+    EXPECT_EQ(journal.Take(), (Lines{"time 1024?", "time 512?", "on 60"}))
+        << "what lies beyond the block never comes";
+
+    host_.SendMidi({Midi(-7, 0x80, 60, 0)});
+    EXPECT_EQ(host_.Process(32), std::vector<float>(32, 0.0f)) << "before the block: at its start";
+}
+
+TEST_F(VstBinding, TakesWhateverComesInAnEventList)
+{
+    Load();
+    char dump[] = {'\xF0', 1, '\xF7'};
+    VstMidiSysexEvent sysex{};
+    sysex.type = kVstSysExType;
+    sysex.dumpBytes = 3;
+    sysex.sysexDump = dump;
+    VstMidiEvent note = Midi(3, 0x90, 60, 100);
+    note.byteSize = -1;
+    VstMidiEvent unknown = note;
+    unknown.type = 99;
+    const auto event = [](auto& any) { return reinterpret_cast<VstEvent*>(&any); };
+    host_.SendEvents({event(sysex), nullptr, event(unknown), event(note)});
+    host_.SendEvents({});
+    VstEvents negative{};
+    negative.numEvents = -1;
+    EXPECT_EQ(host_.Dispatch(effProcessEvents, 0, 0, &negative), 1);
+    const auto out = host_.Process(5);
+    EXPECT_EQ(out, (std::vector<float>{0.0f, 0.0f, 0.0f, 0.5f, 0.5f}));
+}
+
+TEST_F(VstBinding, RendersBlocksOfAnyLength)
+{
+    Load();
+    host_.Dispatch(effSetBlockSize, 0, 64);
+    host_.SendMidi({Midi(5, 0x90, 60, 100)});
+    host_.Process(0); // some hosts send events with a block of no frames
+    float* outputs[] = {nullptr, nullptr};
+    host_.effect->processReplacing(host_.effect, nullptr, outputs, -100);
+    host_.effect->processReplacing(host_.effect, nullptr, nullptr, 100);
+    host_.effect->processReplacing(nullptr, nullptr, outputs, 100);
+    EXPECT_EQ(host_.Process(100000), std::vector<float>(100000, 0.5f))
+        << "longer than announced, and the note isn't lost";
+
+    std::array<float, 70> scratch;
+    scratch.fill(9.0f);
+    float* same[] = {scratch.data(), scratch.data()}; // unconnected outputs share their memory
+    host_.effect->processReplacing(host_.effect, nullptr, same, 70);
+    EXPECT_EQ(scratch, ([] {
+                  std::array<float, 70> expected;
+                  expected.fill(0.5f);
+                  return expected;
+              }()));
+    host_.effect->processReplacing(host_.effect, nullptr, outputs, 70); // nobody listens
+}
+
+TEST_F(VstBinding, AddsToTheOutputsWhenAHostStillWantsThat)
+{
+    Load();
+    host_.SendMidi({Midi(0, 0x90, 60, 100)});
+    std::array<float, 100> left, right;
+    left.fill(1.0f);
+    right.fill(2.0f);
+    float* outputs[] = {left.data(), right.data()};
+    host_.effect->process(host_.effect, nullptr, outputs, 100);
+    EXPECT_EQ(left[99], 1.5f);
+    EXPECT_EQ(right[99], 2.5f);
+}
+
+TEST_F(VstBinding, LearnsTempoPositionAndTransportFromTheHost)
+{
+    Load();
+    struct Case {
+        const char* what;
+        bool hasTime;
+        VstInt32 flags;
+        double tempo, position;
+        Lines told;
+    };
+    const VstInt32 all = kVstTempoValid | kVstPpqPosValid;
+    const Case cases[] = {
+        {"a host without", false, all, 90.0, 4.0, {}},
+        {"nothing valid", true, 0, 90.0, 4.0, {}},
+        {"both", true, all, 90.0, 4.0, {"tempo 90.00", "position 4.00"}},
+        {"tempo only", true, kVstTempoValid, 90.0, 4.0, {"tempo 90.00"}},
+        {"position only, before the song", true, kVstPpqPosValid, 90.0, -2.0, {"position -2.00"}},
+        {"start", true, kVstTransportChanged | kVstTransportPlaying, 0.0, 0.0, {"playing"}},
+        {"stop", true, kVstTransportChanged, 0.0, 0.0, {"stopped"}},
+        {"goes on playing", true, kVstTransportPlaying, 0.0, 0.0, {}},
+        {"all, in this order",
+         true,
+         all | kVstTransportChanged,
+         60.0,
+         1.0,
+         {"tempo 60.00", "position 1.00", "stopped"}},
+        {"not numbers", true, all, kNan, kNan, {}},
+        {"not of this world", true, all, kInfinity, -kInfinity, {}},
+        {"no tempo", true, all, 0.0, 0.0, {"position 0.00"}},
+        {"backwards", true, kVstTempoValid, -120.0, 0.0, {}},
+    };
+    for (const auto& [what, hasTime, flags, tempo, position, told] : cases) {
+        host_.hasTime = hasTime;
+        host_.time = {};
+        host_.time.flags = flags;
+        host_.time.tempo = tempo;
+        host_.time.ppqPos = position;
+        host_.Process(8);
+        Lines expected{"time 1024?", "time 512?"};
+        expected.insert(expected.end(), told.begin(), told.end());
+        EXPECT_EQ(journal.Take(), expected) << what;
+    }
+}
+
+TEST_F(VstBinding, StopsSoundsOnSuspendAndResumeAndFollowsTheRate)
+{
+    Load();
+    struct Case {
+        VstInt32 opcode;
+        VstIntPtr value;
+        float opt;
+        Lines told;
+    };
+    const float nan = std::numeric_limits<float>::quiet_NaN();
+    const Case cases[] = {
+        {effMainsChanged, 0, 0.0f, {"rate 0.00"}}, // before it was ever on
+        {effMainsChanged, 1, 0.0f, {"host 6 0 1", "rate 0.00"}},
+        {effMainsChanged, 1, 0.0f, {"host 6 0 1", "rate 0.00"}},
+        {effSetSampleRate, 0, 44100.0f, {}}, // that's what it is already
+        {effSetSampleRate, 0, 48000.0f, {"rate 48000.00"}},
+        {effSetSampleRate, 0, 0.0f, {"rate 0.00"}},
+        {effSetSampleRate, 0, -1.0f, {"rate -1.00"}},
+        {effSetSampleRate, 0, nan, {"rate nan"}},
+        {effSetSampleRate, 0, 48000.0f, {}}, // kept meanwhile
+        {effSetBlockSizeAndSampleRate, 256, 96000.0f, {"rate 96000.00"}},
+        {effMainsChanged, 0, 0.0f, {"rate 0.00"}},
+    };
+    for (const auto& [opcode, value, opt, told] : cases) {
+        host_.Dispatch(opcode, 0, value, nullptr, opt);
+        EXPECT_EQ(journal.Take(), told) << opcode << " " << opt;
+    }
+    host_.Dispatch(effMainsChanged, 0, 1);
+    host_.SendMidi({Midi(0, 0x90, 60, 100)});
+    EXPECT_EQ(host_.Process(4)[3], 0.5f);
+    host_.Dispatch(effMainsChanged, 0, 0);
+    EXPECT_EQ(host_.Process(4)[3], 0.0f);
+}
+
+// Hosts call back from inside their callbacks, on the same thread or waiting for another.
+TEST_F(VstBindingThread, HoldsNothingWhileItCallsTheHost)
+{
+    Load();
+    host_.Dispatch(effMainsChanged, 0, 1);
+    std::vector<VstInt32> asked;
+    host_.onCallback = [&](VstInt32 opcode) {
+        asked.push_back(opcode);
+        const auto fromInside = [&] {
+            host_.effect->setParameter(host_.effect, 5, 0.5f);
+            host_.Dispatch(effMainsChanged, 0, 0);
+            host_.Dispatch(effMainsChanged, 0, opcode == audioMasterGetTime ? 1 : 0);
+            host_.Dispatch(effSetSampleRate, 0, 0, nullptr, asked.size() % 2 ? 8000.0f : 96000.0f);
+            (void)host_.Text(effGetProgramName);
+        };
+        if (opcode == audioMasterWantMidi)
+            return;
+        fromInside();
+        std::thread(fromInside).join();
+    };
+    host_.SendMidi({Midi(2, 0xB0, 20, 127)});
+    host_.Process(64);
+    EXPECT_EQ(std::count(asked.begin(), asked.end(), audioMasterGetTime), 2);
+    EXPECT_EQ(std::count(asked.begin(), asked.end(), audioMasterAutomate), 1);
+    EXPECT_EQ(host_.effect->getParameter(host_.effect, 3), 1.0f);
+    host_.onCallback = nullptr;
+}
+
+TEST_F(VstBindingThread, TellsOfTheTransportLaterWhenABlockHadToBeLeftOut)
+{
+    Load();
+    host_.Dispatch(effMainsChanged, 0, 1);
+    host_.hasTime = true;
+    host_.time.flags = kVstTransportChanged | kVstTransportPlaying;
+    std::atomic<bool> taken{false}, done{false};
+    std::thread control([&] {
+        const CControlOperation operation(*CFakeRenderer::newest, CControlScope::EWhen::Always);
+        taken = true;
+        taken.notify_one();
+        done.wait(false);
+    });
+    taken.wait(false);
+    (void)journal.Take();
+    EXPECT_EQ(host_.Process(8), std::vector<float>(8, 0.0f));
+    EXPECT_EQ(journal.Take(), (Lines{"time 1024?", "time 512?"}));
+    done = true;
+    done.notify_one();
+    control.join();
+    host_.time.flags = kVstTransportPlaying;
+    host_.Process(8);
+    EXPECT_EQ(journal.Take(), (Lines{"time 1024?", "time 512?", "playing"}));
+    host_.Process(8);
+    EXPECT_EQ(journal.Take(), (Lines{"time 1024?", "time 512?"})) << "once";
+}
+
+// --- Parameters and state ---
+
+TEST_F(VstBinding, ShowsTheEditorWhatAHostSets)
+{
+    for (const bool hasEditor : {true, false}) {
+        Definition().behaviour = {.hasEditor = hasEditor};
+        Load();
+        host_.effect->setParameter(host_.effect, 17, 0.3f);
+        EXPECT_EQ(host_.effect->getParameter(host_.effect, 17), 0.3f);
+        std::vector<int> marked;
+        CFakeRenderer::newest->Feedback().TakeChangedParameters(
+            [&](int index) { marked.push_back(index); });
+        EXPECT_EQ(marked, hasEditor ? std::vector<int>{17} : std::vector<int>{});
+        EXPECT_EQ(journal.Take(), Lines{}) << "a host is not told what it said";
+        host_.Close();
+    }
+}
+
+TEST_F(VstBinding, SavesAndRestoresWholePrograms)
+{
+    Load();
+    host_.Dispatch(effSetProgramName, 0, 0, std::string("Kept").data());
+    void* first = nullptr;
+    EXPECT_EQ(host_.Dispatch(effGetChunk, 0, 0, &first), 692);
+    std::array<std::byte, 692> saved;
+    std::memcpy(saved.data(), first, saved.size());
+    void* second = nullptr;
+    host_.effect->setParameter(host_.effect, 100, 0.125f);
+    EXPECT_EQ(host_.Dispatch(effGetChunk, 1, 0, &second), 692);
+    EXPECT_NE(std::memcmp(saved.data(), second, saved.size()), 0);
+
+    host_.Dispatch(effSetProgramName, 0, 0, std::string("Lost").data());
+    CEditorFeedback& feedback = CFakeRenderer::newest->Feedback();
+    const std::uint32_t programs = feedback.ProgramCount();
+    EXPECT_EQ(host_.Dispatch(effSetChunk, 0, 692, saved.data()), 692);
+    EXPECT_EQ(host_.Text(effGetProgramName), "Kept");
+    EXPECT_EQ(host_.effect->getParameter(host_.effect, 100), 100.0f / 256.0f);
+    EXPECT_EQ(feedback.ProgramCount(), programs + 1);
+    Lines expected;
+    for (int index = 0; index < 74; ++index)
+        expected.push_back("automate " + std::to_string(index) + " " + std::to_string(index) +
+                           ".00");
+    EXPECT_EQ(journal.Take(), expected);
+
+    saved[0] = std::byte{0};
+    for (const VstIntPtr size : {VstIntPtr{692}, VstIntPtr{3}, VstIntPtr{0}, VstIntPtr{-1},
+                                 std::numeric_limits<VstIntPtr>::min()})
+        EXPECT_EQ(host_.Dispatch(effSetChunk, 0, size, saved.data()), 0) << size;
+    EXPECT_EQ(feedback.ProgramCount(), programs + 1);
+    EXPECT_EQ(journal.Take(), Lines{}) << "what is refused isn't told";
+}
+
+TEST_F(VstBinding, TellsTheHostOfEditsWithinItsRange)
+{
+    Load();
+    CPluginWrapper& wrapper = *CFakeRenderer::newest->HostWrapper();
+    for (const int index : {-1, 0, 155, 156, 157}) {
+        wrapper.BeginEdit(index);
+        wrapper.AutomateParameter(index, 0.5f);
+        wrapper.EndEdit(index);
+    }
+    EXPECT_EQ(journal.Take(), (Lines{"host 43 0 0", "automate 0 128.00", "host 44 0 0",
+                                     "host 43 155 0", "automate 155 128.00", "host 44 155 0"}));
+    wrapper.ShowParameterMenu(0);
+    wrapper.HostNoteOn(60, 1.0f);
+    wrapper.HostNoteOff(60);
+    wrapper.UpdateKeyControls();
+    EXPECT_EQ(wrapper.HostCommand50(), 0);
+    EXPECT_EQ(journal.Take(), Lines{}) << "a VST host offers none of this";
+}
+
+// --- Editor ---
+
+TEST_F(VstBinding, OpensAndClosesTheEditorInAnyOrder)
+{
+    Load();
+    const auto expectRect = [&](const char* when) {
+        ERect* rect = nullptr;
+        EXPECT_EQ(host_.Dispatch(effEditGetRect, 0, 0, &rect), 1) << when;
+        ASSERT_NE(rect, nullptr);
+        const VstInt16 sides[] = {rect->top, rect->left, rect->bottom, rect->right};
+        EXPECT_TRUE(std::ranges::equal(sides, std::array{0, 0, 521, 855})) << when;
+    };
+    struct Case {
+        const char* what;
+        VstInt32 opcode;
+        std::uintptr_t window;
+        VstIntPtr answer;
+        Lines told;
+    };
+    const Case cases[] = {
+        {"close, never opened", effEditClose, 0, 0, {}},
+        {"idle, never opened", effEditIdle, 0, 0, {}},
+        {"open", effEditOpen, 7, 1, {"skin", "open 7"}},
+        {"idle", effEditIdle, 0, 0, {}},
+        {"open twice", effEditOpen, 8, 1, {"close", "skin", "open 8"}},
+        {"old opcodes", effEditDraw, 0, 0, {}},
+        {"close", effEditClose, 0, 0, {"close"}},
+        {"close twice", effEditClose, 0, 0, {}},
+        {"open on the desktop", effEditOpen, 0, 1, {"skin", "open 0"}},
+        {"close that one", effEditClose, 0, 0, {"close"}},
+    };
+    expectRect("before");
+    for (const auto& [what, opcode, window, answer, told] : cases) {
+        EXPECT_EQ(host_.Dispatch(opcode, 0, 0, Window(window)), answer) << what;
+        EXPECT_EQ(journal.Take(), told) << what;
+        expectRect(what);
+    }
+
+    Definition().behaviour.skinLoads = false;
+    EXPECT_EQ(host_.Dispatch(effEditOpen, 0, 0, Window(7)), 0);
+    EXPECT_EQ(journal.Take(), Lines{"skin"});
+    Definition().behaviour = {.windowOpens = false};
+    EXPECT_EQ(host_.Dispatch(effEditOpen, 0, 0, Window(7)), 0);
+    host_.Dispatch(effEditClose);
+    EXPECT_EQ(journal.Take(), (Lines{"skin", "open 7"})) << "nothing to close";
+}
+
+TEST_F(VstBinding, ClosesAnEditorThatTheHostForgotBeforeTheEngineGoes)
+{
+    Load();
+    host_.Dispatch(effEditOpen, 0, 0, Window(7));
+    (void)journal.Take();
+    EXPECT_EQ(host_.Dispatch(effClose), 1);
+    host_.effect = nullptr;
+    EXPECT_EQ(journal.Take(), (Lines{"close", "editor gone", "renderer gone"}));
+
+    Definition().behaviour = {.hasEditor = false};
+    Load();
+    EXPECT_EQ(host_.effect->flags & effFlagsHasEditor, 0);
+    ERect* rect = reinterpret_cast<ERect*>(this);
+    EXPECT_EQ(host_.Dispatch(effEditGetRect, 0, 0, &rect), 0);
+    EXPECT_EQ(host_.Dispatch(effEditOpen, 0, 0, Window(7)), 0);
+}
+
+} // namespace keldra::test
