@@ -9,14 +9,15 @@ set(may_engine "engine;frame;voice;effects;presets")
 set(may_gui "gui;platform")
 set(may_editor "editor;gui;frame;presets;engine")
 set(may_hosts/vst "hosts/vst;frame")
+set(may_hosts/module "hosts/vst;hosts/native")
 set(may_hosts/native "hosts/native;frame;platform")
 set(may_apps "apps;platform;hosts/vst/VstInterface.h")
 set(may_skin "skin;gui;editor;frame")
 set(may_library "library;frame")
 
 set(wrong "")
-foreach(room platform frame voice effects presets engine gui editor hosts/vst hosts/native apps skin
-    library)
+foreach(room platform frame voice effects presets engine gui editor hosts/vst hosts/native hosts/module
+    apps skin library)
   file(GLOB_RECURSE sources RELATIVE ${SOURCE_DIR} ${SOURCE_DIR}/${room}/*.h
     ${SOURCE_DIR}/${room}/*.cpp)
   foreach(source IN LISTS sources)
