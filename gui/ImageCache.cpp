@@ -1,0 +1,63 @@
+#include "gui/ImageCache.h"
+
+#include <list>
+#include <mutex>
+
+namespace keldra {
+
+namespace {
+
+struct CacheState {
+    std::mutex mutex;
+    int users = 0;
+    std::list<CImage> images; // in load order; their places never change
+};
+
+CacheState& Cache()
+{
+    static CacheState state;
+    return state;
+}
+
+} // namespace
+
+CImageCache::CUser::CUser()
+{
+    CacheState& cache = Cache();
+    const std::lock_guard lock(cache.mutex);
+    ++cache.users;
+}
+
+CImageCache::CUser::~CUser()
+{
+    CacheState& cache = Cache();
+    const std::lock_guard lock(cache.mutex);
+    if (--cache.users == 0)
+        cache.images.clear();
+}
+
+const CImage* CImageCache::GetImage(std::string_view folder, std::string_view name)
+{
+    if (name.empty())
+        return nullptr;
+    const std::string path = std::string(folder).append(name);
+    CacheState& cache = Cache();
+    const std::lock_guard lock(cache.mutex); // also while loading: the second editor waits
+    for (const CImage& image : cache.images)
+        if (image.Path() == path)
+            return &image;
+    CImage& image = cache.images.emplace_back();
+    if (image.Load(path))
+        return &image;
+    cache.images.pop_back();
+    return nullptr;
+}
+
+std::size_t CImageCache::ImageCount()
+{
+    CacheState& cache = Cache();
+    const std::lock_guard lock(cache.mutex);
+    return cache.images.size();
+}
+
+} // namespace keldra
