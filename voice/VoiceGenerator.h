@@ -17,10 +17,7 @@ inline constexpr int kMaxBlockSamples = 512;
 /// engine. A voice is free exactly when its note is -1.
 class CVoiceGenerator {
 public:
-    explicit CVoiceGenerator(VoicePatch& patch)
-        : patch_(patch)
-    {
-    }
+    explicit CVoiceGenerator(VoicePatch& patch) : patch_(patch) {}
     virtual ~CVoiceGenerator() = default;
     CVoiceGenerator(const CVoiceGenerator&) = delete;
     CVoiceGenerator& operator=(const CVoiceGenerator&) = delete;
@@ -43,12 +40,13 @@ public:
     float glideRate = 0.0f;   ///< semitones per internal sample
     float glidePitch = 48.0f; ///< semitones: where the glide is
     bool released = false;
-    std::uint32_t startStamp = 0; ///< order of assignment
+    std::uint32_t startStamp = 0;    ///< order of assignment
     CVoiceGenerator* next = nullptr; ///< in the engine's pool; not owned
 
 protected:
     /// Semitones as a MIDI note number: the sum of everything that bends a voice but modulation.
-    [[nodiscard]] float Pitch() const;
+    /// Double precision, so that a phase increment is rounded only once.
+    [[nodiscard]] double Pitch() const;
     void MoveGlide(int samples);
 
     VoicePatch& patch_;
@@ -69,15 +67,22 @@ public:
     [[nodiscard]] VoiceState& State() { return state_; }
 
 private:
-    VoiceState state_;
+    struct Modulation;
+
+    [[nodiscard]] Modulation Modulate(float eg, float lfo) const;
+    void SetUpOutput(float amplitude, float lfo, float perSample);
+    void SetUpOscillators(double pitch, const Modulation& modulation, float perSample);
+    void SetUpFilter(double pitch, double modulation);
+
+    VoiceState state_{};
     CEnvelopeGenerator ampEnv_;
     CEnvelopeGenerator modEnv_;
     CVoiceLfo lfo_;
 };
 
-/// Renders the voices of one block at the internal rate and writes their sum: groups of four as long
-/// as two or more active voices remain, a last one alone. Free voices that fill up the last group
-/// take part in the order of the noise and add nothing.
+/// Renders the voices of one block at the internal rate and writes their sum: groups of four as
+/// long as two or more active voices remain, a last one alone. Free voices that fill up the last
+/// group take part in the order of the noise and add nothing.
 /// @param voices  the active voices, then free ones up to a multiple of four
 /// @param activeCount  at least 1
 /// @param samples  1 .. kMaxBlockSamples
