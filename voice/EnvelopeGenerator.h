@@ -2,8 +2,8 @@
 
 namespace keldra {
 
-/// An attack-decay-sustain-release envelope with curved segments, evaluated once per block in double
-/// precision. The thread that has the engine.
+/// An attack-decay-sustain-release envelope with curved segments, evaluated once per block in
+/// double precision. The thread that has the engine.
 class CEnvelopeGenerator {
 public:
     struct Shape {

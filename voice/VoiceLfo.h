@@ -7,10 +7,10 @@ class CVoiceLfo {
 public:
     enum EShape { kSaw, kPulse, kTriangle, kSine, kRandom };
 
-    void SetRate(double hz);                 ///< below 0 becomes 0
-    void SetShape(int shape);                ///< clamped to 0 .. 5; 5 gives a constant 0
-    void SetSync(double sixteenths);         ///< cycle length in sixteenth notes; 0 or less: free
-    void SetRetrigger(bool on);              ///< new voices start the cycle anew
+    void SetRate(double hz);         ///< below 0 becomes 0
+    void SetShape(int shape);        ///< clamped to 0 .. 5; 5 gives a constant 0
+    void SetSync(double sixteenths); ///< cycle length in sixteenth notes; 0 or less: free
+    void SetRetrigger(bool on);      ///< new voices start the cycle anew
     void ResetPhase();
 
     [[nodiscard]] bool Retriggers() const { return retrigger_; }

@@ -41,8 +41,8 @@ enum EModWheelDestination {
 };
 enum EFilterMode { kLowPass, kBandPass, kHighPass };
 
-/// Everything of the engine that a voice reads: one object per engine, shared by its voices, changed
-/// only between two render calls by the thread that has the engine.
+/// Everything of the engine that a voice reads: one object per engine, shared by its voices,
+/// changed only between two render calls by the thread that has the engine.
 struct VoicePatch {
     // Oscillators
     float shapeA = 0.0f; ///< 0 saw, 1 pulse

@@ -1,0 +1,486 @@
+// The voice loop: what every voice does at every internal sample, eight times per sample of the
+// host. It is the cost of the whole synthesizer. Included once by a source of its own per
+// instruction set, which defines KELDRA_KERNEL_NAME and KELDRA_KERNEL_LANES.
+//
+// Voices lie side by side in the lanes of vectors, and two vectors run side by side in one pass, so
+// that one computes while the other waits for its filter. What a voice does, written plainly (the
+// truth that tests compare with is tests/reference/ScalarVoice.cpp):
+//
+//     fall:     phase -= increment, +1 when that leaves (0, 1]; four phases, two per oscillator
+//     sync:     when B's first phase wraps, A's phases are shifted so that the first becomes 0
+//     wave:     A = phaseA1 - phaseA2 * shapeA: a falling ramp, or with shape 1 a pulse; B likewise
+//     ring:     A *= B
+//     mix:      s = A * levelA + B * levelB + (noise - 0.125) * noiseLevel - 0.42 - r * y4
+//     saturate: x = s / (1 + 3 s^2) for s < 0, else s
+//     ladder:   y1 = p (x + old x) - k y1,  y2 = p (y1 + old y1) - k y2, and so on to y4
+//     output:   o = c4 y4 + c3 y3 + cx x, less its slow mean; times gains that follow targets
+//
+// The loop computes exactly that but for rounding, rearranged:
+//
+// - Phases are kept negated, q = -phase in [-1, 0): it rises, and q - 1 must take its place once it
+//   is no longer negative. Read as signed integers, the bits of a float that isn't negative are
+//   above those of any negative float, and among negative floats those of the larger magnitude are
+//   above. So the smaller of the integers of q and q - 1 is the right one of the two, always.
+// - The ladder runs on u1 = y1 / p, u2 = y2 / p^2, u3 = y3 / p^3, u4 = y4 / p^4. Then
+//   u1 = x + (old x - k u1), u2 = u1 + (old u1 - k u2), ...: the brackets are ready in advance, so
+//   that a sample waits for four additions, and p is only in the weights of what leaves the ladder.
+// - All that enters the ladder is scaled by sqrt(3): with t = sqrt(3) s the saturation is
+//   t / (1 + n^2), n the smaller of t and 0, without a decision.
+// - Noise comes from the state less 2^31, which as a signed integer follows the same recurrence and
+//   converts to a float in one instruction.
+// - What isn't needed by any voice of a call isn't there: the loop is a template over features.
+// - A sample's sum is kept per lane and added up after the loop.
+//
+// Everything but Render has internal linkage, and nothing inline from outside is called: the linker
+// keeps one copy of such a function for the whole program, perhaps the one for another processor.
+// Test: KernelTest.cpp, and the symbols of the object files.
+
+#include <cstdint>
+
+#include "voice/kernel/VoiceKernels.h"
+
+namespace keldra::KELDRA_KERNEL_NAME {
+
+void Render(const KernelJob& job);
+
+namespace {
+
+constexpr int kLanes = KELDRA_KERNEL_LANES;
+constexpr int kQuad = 4;
+
+using Floats [[gnu::vector_size(4 * kLanes)]] = float;
+using Ints [[gnu::vector_size(4 * kLanes)]] = std::int32_t;
+using Words [[gnu::vector_size(4 * kLanes)]] = std::uint32_t;
+using Doubles [[gnu::vector_size(8 * kLanes)]] = double;
+using Quad [[gnu::vector_size(16)]] = float;
+
+using VoiceLanes = VoiceFields<Floats>;
+
+constexpr int kRows = sizeof(VoiceState) / sizeof(Quad);
+static_assert(sizeof(VoiceState) == kRows * sizeof(Quad) &&
+              sizeof(VoiceLanes) == kRows * kQuad * sizeof(Floats));
+
+// --- Lanes ---
+
+[[gnu::always_inline]] inline Floats All(float value)
+{
+    return Floats{} + value;
+}
+
+[[gnu::always_inline]] inline Ints Bits(Floats value)
+{
+    return reinterpret_cast<Ints>(value);
+}
+
+[[gnu::always_inline]] inline Floats FromBits(Ints bits)
+{
+    return reinterpret_cast<Floats>(bits);
+}
+
+/// All bits set in the lanes of negative numbers.
+[[gnu::always_inline]] inline Ints NegativeMask(Floats value)
+{
+    return Bits(value) >> 31;
+}
+
+[[gnu::always_inline]] inline Floats SmallerOfThisAndZero(Floats value)
+{
+    const Floats zero{};
+    return value < zero ? value : zero;
+}
+
+/// A negated phase that has risen, brought back below 0 by a cycle where it left.
+[[gnu::always_inline]] inline Floats Wrapped(Floats phase)
+{
+#if defined(__SSE2__) && !defined(__SSE4_1__)
+    // No minimum of signed integers yet: -1 where the sign says so.
+    return phase + FromBits(~NegativeMask(phase) & Bits(All(-1.0f)));
+#else
+    const Ints here = Bits(phase);
+    const Ints cycleBelow = Bits(phase - 1.0f);
+    return FromBits(here < cycleBelow ? here : cycleBelow);
+#endif
+}
+
+[[gnu::always_inline]] inline void Transpose(Quad (&rows)[kQuad])
+{
+    const Quad ab01 = __builtin_shufflevector(rows[0], rows[1], 0, 4, 1, 5);
+    const Quad ab23 = __builtin_shufflevector(rows[0], rows[1], 2, 6, 3, 7);
+    const Quad cd01 = __builtin_shufflevector(rows[2], rows[3], 0, 4, 1, 5);
+    const Quad cd23 = __builtin_shufflevector(rows[2], rows[3], 2, 6, 3, 7);
+    rows[0] = __builtin_shufflevector(ab01, cd01, 0, 1, 4, 5);
+    rows[1] = __builtin_shufflevector(ab01, cd01, 2, 3, 6, 7);
+    rows[2] = __builtin_shufflevector(ab23, cd23, 0, 1, 4, 5);
+    rows[3] = __builtin_shufflevector(ab23, cd23, 2, 3, 6, 7);
+}
+
+/// The field'th vector's quad'th part of four lanes.
+[[gnu::always_inline]] inline char* PartOf(VoiceLanes& lanes, int field, int quad)
+{
+    return reinterpret_cast<char*>(&lanes) + field * static_cast<int>(sizeof(Floats)) +
+           quad * static_cast<int>(sizeof(Quad));
+}
+
+/// From a voice's fields in a row to a field's voices in a row.
+void Gather(VoiceState* const* voices, VoiceLanes& lanes)
+{
+    for (int quad = 0; quad < kLanes / kQuad; ++quad) {
+        for (int row = 0; row < kRows; ++row) {
+            Quad block[kQuad];
+            for (int i = 0; i < kQuad; ++i) {
+                const auto* voice = reinterpret_cast<const char*>(voices[kQuad * quad + i]);
+                __builtin_memcpy(&block[i], voice + row * static_cast<int>(sizeof(Quad)),
+                                 sizeof(Quad));
+            }
+            Transpose(block);
+            for (int i = 0; i < kQuad; ++i)
+                __builtin_memcpy(PartOf(lanes, kQuad * row + i, quad), &block[i], sizeof(Quad));
+        }
+    }
+}
+
+/// And back.
+void Scatter(VoiceLanes& lanes, VoiceState* const* voices)
+{
+    for (int quad = 0; quad < kLanes / kQuad; ++quad) {
+        for (int row = 0; row < kRows; ++row) {
+            Quad block[kQuad];
+            for (int i = 0; i < kQuad; ++i)
+                __builtin_memcpy(&block[i], PartOf(lanes, kQuad * row + i, quad), sizeof(Quad));
+            Transpose(block);
+            for (int i = 0; i < kQuad; ++i) {
+                auto* voice = reinterpret_cast<char*>(voices[kQuad * quad + i]);
+                __builtin_memcpy(voice + row * static_cast<int>(sizeof(Quad)), &block[i],
+                                 sizeof(Quad));
+            }
+        }
+    }
+}
+
+// --- The rearranged voice ---
+
+constexpr double kRoot3 = 1.7320508075688772;
+constexpr float kFloatRoot3 = 1.7320508f;
+constexpr float kOneByRoot3 = 0.57735027f;
+constexpr float kMixOffset = -0.42f * kFloatRoot3;
+constexpr float kNoiseScale = 0x1p-32f;
+constexpr float kNoiseOffset = 0.5f - 0.125f; ///< 0.5 from the 2^31 that the state lacks
+constexpr float kDcRate = 0.0001f;
+
+/// A voice per lane, as the loop wants it: what rises and falls, then what stays for a block.
+struct Running {
+    Floats phaseA1, phaseA2, phaseB1, phaseB2; ///< negated
+    Floats levelA, levelB, noiseLevel;         ///< times sqrt(3)
+    Words noise;
+    Floats x, u1, u2, u3, u4; ///< times sqrt(3) and divided by powers of p
+    Floats dcState;
+    Floats targetL, targetR, gainL, gainR;
+
+    Floats incA, incB;
+    Floats levelAStep, levelBStep, noiseLevelStep;
+    Words noiseMultiplier, noiseIncrement;
+    Floats k, feedback;
+    Floats weight4, weight3, weightX;
+    Floats targetLStep, targetRStep;
+};
+
+/// What the ladder's input and outputs are multiplied by in the rearranged ladder. In double
+/// precision: they go to and fro once a block, and an error of the factor, unlike a rounding, would
+/// do the same to each block, which a filter of low cutoff remembers for many of them.
+struct LadderScale {
+    explicit LadderScale(Floats pOfVoices)
+    {
+        const Doubles p = __builtin_convertvector(pOfVoices, Doubles);
+        x = p - p + kRoot3;
+        y1 = x / p;
+        y2 = y1 / p;
+        y3 = y2 / p;
+        y4 = y3 / p;
+    }
+
+    Doubles x, y1, y2, y3, y4;
+};
+
+/// 0 stays 0: the scale is infinite for a filter that was reset and not set up since.
+[[gnu::always_inline]] inline Floats Folded(Floats y, const Doubles& scale)
+{
+    const Doubles folded = __builtin_convertvector(y, Doubles) * scale;
+    return FromBits(Bits(__builtin_convertvector(folded, Floats)) & (y != Floats{}));
+}
+
+/// `value` / scale, of an output of the ladder or a factor of one.
+[[gnu::always_inline]] inline Floats Unfolded(Floats value, const Doubles& scale)
+{
+    return __builtin_convertvector(__builtin_convertvector(value, Doubles) / scale, Floats);
+}
+
+[[gnu::always_inline]] inline Words LoadNoise(const std::uint32_t* words)
+{
+    Words result;
+    __builtin_memcpy(&result, words, sizeof(result));
+    return result;
+}
+
+Running ToRunning(const VoiceLanes& v, const KernelNoise& noise, int firstVoice)
+{
+    const LadderScale scale(v.p);
+    Running run;
+    run.phaseA1 = -v.phaseA1;
+    run.phaseA2 = -v.phaseA2;
+    run.phaseB1 = -v.phaseB1;
+    run.phaseB2 = -v.phaseB2;
+    run.levelA = v.levelA * kFloatRoot3;
+    run.levelB = v.levelB * kFloatRoot3;
+    run.noiseLevel = v.noiseLevel * kFloatRoot3;
+    run.noise = LoadNoise(noise.state + firstVoice) ^ 0x80000000u;
+    run.x = Folded(v.xOld, scale.x);
+    run.u1 = Folded(v.y1, scale.y1);
+    run.u2 = Folded(v.y2, scale.y2);
+    run.u3 = Folded(v.y3, scale.y3);
+    run.u4 = Folded(v.y4, scale.y4);
+    run.dcState = v.dcState;
+    run.targetL = v.targetL;
+    run.targetR = v.targetR;
+    run.gainL = v.gainL;
+    run.gainR = v.gainR;
+
+    run.incA = v.incA;
+    run.incB = v.incB;
+    run.levelAStep = v.levelAStep * kFloatRoot3;
+    run.levelBStep = v.levelBStep * kFloatRoot3;
+    run.noiseLevelStep = v.noiseLevelStep * kFloatRoot3;
+    run.noiseMultiplier = LoadNoise(noise.multiplier + firstVoice);
+    run.noiseIncrement = LoadNoise(noise.increment + firstVoice);
+    run.k = v.k;
+    run.feedback = Unfolded(v.r * kFloatRoot3, scale.y4);
+    run.weight4 = Unfolded(v.c4, scale.y4);
+    run.weight3 = Unfolded(v.c3, scale.y3);
+    run.weightX = Unfolded(v.cx, scale.x);
+    run.targetLStep = v.targetLStep;
+    run.targetRStep = v.targetRStep;
+    return run;
+}
+
+/// A second phase that nobody heard and the loop left alone, moved on with its first phase.
+[[gnu::always_inline]] inline Floats Following(Floats first, Floats firstBefore,
+                                               Floats secondBefore)
+{
+    const Floats moved = secondBefore + (first - firstBefore);
+    return FromBits((moved > Floats{} ? Bits(moved) : Bits(moved + 1.0f)));
+}
+
+void FromRunning(const Running& run, unsigned features, VoiceLanes& v)
+{
+    const LadderScale scale(v.p);
+    const Floats phaseA1 = -run.phaseA1;
+    const Floats phaseB1 = -run.phaseB1;
+    v.phaseA2 = features & kPulseA ? -run.phaseA2 : Following(phaseA1, v.phaseA1, v.phaseA2);
+    v.phaseB2 = features & kPulseB ? -run.phaseB2 : Following(phaseB1, v.phaseB1, v.phaseB2);
+    v.phaseA1 = phaseA1;
+    v.phaseB1 = phaseB1;
+    v.levelA = run.levelA * kOneByRoot3;
+    v.levelB = run.levelB * kOneByRoot3;
+    v.noiseLevel = run.noiseLevel * kOneByRoot3;
+    v.xOld = Unfolded(run.x, scale.x);
+    v.y1 = Unfolded(run.u1, scale.y1);
+    v.y2 = Unfolded(run.u2, scale.y2);
+    v.y3 = Unfolded(run.u3, scale.y3);
+    v.y4 = Unfolded(run.u4, scale.y4);
+    v.dcState = run.dcState;
+    v.targetL = run.targetL;
+    v.targetR = run.targetR;
+    v.gainL = run.gainL;
+    v.gainR = run.gainR;
+}
+
+/// A random number 0 .. 1 less 0.125, from a state less 2^31.
+[[gnu::always_inline]] inline Floats Noise(Words state)
+{
+    const Floats number = __builtin_convertvector(reinterpret_cast<Ints>(state), Floats);
+    return number * kNoiseScale + kNoiseOffset;
+}
+
+/// One internal sample of the voices of one vector.
+template <unsigned features>
+[[gnu::always_inline]] inline void Advance(Running& v, Floats smoothing, Floats& left,
+                                           Floats& right)
+{
+    v.phaseA1 = Wrapped(v.phaseA1 + v.incA);
+    if constexpr (features & kPulseA)
+        v.phaseA2 = Wrapped(v.phaseA2 + v.incA);
+    const Floats risenB1 = v.phaseB1 + v.incB;
+    v.phaseB1 = Wrapped(risenB1);
+    if constexpr (features & kPulseB)
+        v.phaseB2 = Wrapped(v.phaseB2 + v.incB);
+    if constexpr (features & kSync) {
+        const Floats shift = FromBits(~NegativeMask(risenB1) & Bits(v.phaseA1));
+        v.phaseA1 -= shift;
+        if constexpr (features & kPulseA)
+            v.phaseA2 -= shift;
+    }
+
+    Floats a = -v.phaseA1;
+    if constexpr (features & kPulseA)
+        a = v.phaseA2 - v.phaseA1;
+    Floats b = -v.phaseB1;
+    if constexpr (features & kPulseB)
+        b = v.phaseB2 - v.phaseB1;
+    if constexpr (features & kRing)
+        a *= b;
+
+    Floats mix = All(kMixOffset);
+    if constexpr (features & kNoise) {
+        mix += Noise(v.noise) * v.noiseLevel;
+        v.noiseLevel += v.noiseLevelStep;
+        v.noise = v.noise * v.noiseMultiplier + v.noiseIncrement;
+    }
+    mix += b * v.levelB;
+    mix += a * v.levelA;
+    v.levelB += v.levelBStep;
+    v.levelA += v.levelAStep;
+
+    const Floats t = mix - v.feedback * v.u4;
+    const Floats n = SmallerOfThisAndZero(t);
+    const Floats x = t / (1.0f + n * n);
+    const Floats u1 = x + (v.x - v.k * v.u1);
+    const Floats u2 = u1 + (v.u1 - v.k * v.u2);
+    const Floats u3 = u2 + (v.u2 - v.k * v.u3);
+    const Floats u4 = u3 + (v.u3 - v.k * v.u4);
+    v.x = x;
+    v.u1 = u1;
+    v.u2 = u2;
+    v.u3 = u3;
+    v.u4 = u4;
+    Floats out = v.weight4 * u4;
+    if constexpr (features & kOutputMix)
+        out += v.weight3 * u3 + v.weightX * x;
+
+    v.dcState += (out - v.dcState) * kDcRate;
+    out -= v.dcState;
+    left += out * v.gainL;
+    right += out * v.gainR;
+    v.targetL += v.targetLStep;
+    v.targetR += v.targetRStep;
+    v.gainL += (v.targetL - v.gainL) * smoothing;
+    v.gainR += (v.targetR - v.gainR) * smoothing;
+}
+
+// --- Passes ---
+
+/// Sums of a stretch of samples, per lane: short enough for the first-level cache.
+constexpr int kStretch = 256;
+struct Sums {
+    Floats left[kStretch];
+    Floats right[kStretch];
+};
+
+/// What a pass does with the sums that it finds.
+enum class ESums { Replace, AddTo };
+
+/// A stretch of samples of `width` vectors side by side.
+template <unsigned features, int width>
+void Pass(Running* voices, Sums& sums, ESums what, int samples, float gainSmoothing)
+{
+    Running v[width];
+    for (int j = 0; j < width; ++j)
+        v[j] = voices[j];
+    const Floats smoothing = All(gainSmoothing);
+    for (int i = 0; i < samples; ++i) {
+        Floats left{};
+        Floats right{};
+        if (what == ESums::AddTo) {
+            left = sums.left[i];
+            right = sums.right[i];
+        }
+        for (int j = 0; j < width; ++j)
+            Advance<features>(v[j], smoothing, left, right);
+        sums.left[i] = left;
+        sums.right[i] = right;
+    }
+    for (int j = 0; j < width; ++j)
+        voices[j] = v[j];
+}
+
+[[gnu::always_inline]] inline Quad SumOfQuads(const Floats& lanes)
+{
+    Quad parts[kLanes / kQuad];
+    __builtin_memcpy(parts, &lanes, sizeof(lanes));
+    Quad sum = parts[0];
+    for (int i = 1; i < kLanes / kQuad; ++i)
+        sum += parts[i];
+    return sum;
+}
+
+/// Adds up the lanes of each sample.
+void AddUp(const Floats* sums, int samples, float* output, bool overwrite)
+{
+    for (int i = 0; i < samples; i += kQuad) {
+        const int count = samples - i < kQuad ? samples - i : kQuad;
+        Quad block[kQuad]{};
+        for (int j = 0; j < count; ++j)
+            block[j] = SumOfQuads(sums[i + j]);
+        Transpose(block);
+        Quad sum = (block[0] + block[1]) + (block[2] + block[3]);
+        const auto bytes = static_cast<unsigned>(count) * sizeof(float);
+        if (!overwrite) {
+            Quad before{};
+            __builtin_memcpy(&before, output + i, bytes);
+            sum += before;
+        }
+        __builtin_memcpy(output + i, &sum, bytes);
+    }
+}
+
+/// The loops for a set of features.
+struct Loops {
+    void (*one)(Running*, Sums&, ESums, int samples, float gainSmoothing);
+    void (*two)(Running*, Sums&, ESums, int samples, float gainSmoothing);
+};
+
+template <unsigned... sets>
+struct LoopTable {
+    static constexpr Loops kLoops[] = {{Pass<sets, 1>, Pass<sets, 2>}...};
+};
+
+/// The table of all sets below `count`.
+template <unsigned count, unsigned... sets>
+struct AllLoops : AllLoops<count - 1, count - 1, sets...> {
+};
+template <unsigned... sets>
+struct AllLoops<0, sets...> : LoopTable<sets...> {
+};
+
+} // namespace
+
+void Render(const KernelJob& job)
+{
+    constexpr int kMaxVectors = kMaxKernelVoices / kLanes;
+    VoiceLanes lanes[kMaxVectors];
+    Running running[kMaxVectors];
+    const int vectors = (job.voiceCount + kLanes - 1) / kLanes;
+    for (int i = 0; i < vectors; ++i) {
+        Gather(job.voices + i * kLanes, lanes[i]);
+        running[i] = ToRunning(lanes[i], job.noise, i * kLanes);
+    }
+
+    const Loops& loops = AllLoops<kKernelFeatureSets>::kLoops[job.features];
+    Sums sums;
+    for (int done = 0; done < job.samples; done += kStretch) {
+        const int count = job.samples - done < kStretch ? job.samples - done : kStretch;
+        ESums what = ESums::Replace;
+        int i = 0;
+        for (; i + 2 <= vectors; i += 2, what = ESums::AddTo)
+            loops.two(running + i, sums, what, count, job.gainSmoothing);
+        if (i < vectors)
+            loops.one(running + i, sums, what, count, job.gainSmoothing);
+        AddUp(sums.left, count, job.left + done, job.overwrite);
+        AddUp(sums.right, count, job.right + done, job.overwrite);
+    }
+
+    for (int i = 0; i < vectors; ++i) {
+        FromRunning(running[i], job.features, lanes[i]);
+        Scatter(lanes[i], job.voices + i * kLanes);
+    }
+}
+
+} // namespace keldra::KELDRA_KERNEL_NAME
