@@ -1,0 +1,212 @@
+#include <gtest/gtest.h>
+
+#include "tests/voice/VoiceRig.h"
+#include "voice/VoiceRandom.h"
+#include "voice/VoiceRender.h"
+#include "voice/kernel/VoiceKernels.h"
+
+namespace keldra {
+
+namespace {
+
+std::vector<const VoiceKernel*> KernelsOfThisMachine()
+{
+    std::vector<const VoiceKernel*> kernels;
+    for (const VoiceKernel& kernel : VoiceKernels())
+        if (kernel.runsHere())
+            kernels.push_back(&kernel);
+    return kernels;
+}
+
+/// Lengths that start and end inside vectors, stretches and quads.
+constexpr int kOddBlocks[] = {512, 8, 296, 512, 3, 129, 64};
+
+struct PatchCase {
+    const char* what;
+    double hostRate;
+    void (*arrange)(CVoiceRig&);
+};
+
+void Pulses(CVoiceRig& rig, float widthA, float widthB)
+{
+    rig.patch.shapeA = rig.patch.shapeB = 1.0f;
+    rig.Set(rig.patch.pulseWidthA, widthA);
+    rig.Set(rig.patch.pulseWidthB, widthB);
+    rig.Set(rig.patch.oscBalance, 0.4f);
+    rig.patch.detuneBSemitones = 0.13f;
+}
+
+void Everything(CVoiceRig& rig)
+{
+    Pulses(rig, 0.2f, 0.8f);
+    VoicePatch& patch = rig.patch;
+    patch.sync = patch.ring = true;
+    patch.pitchBSemitones = 7.0f;
+    rig.Set(patch.noiseBalance, 0.3f);
+    patch.filterMode = kBandPass;
+    patch.resonance = 0.5f;
+    patch.keyTracking = patch.velocityTracking = 0.7f;
+    rig.Set(patch.cutoff, 0.5f);
+    rig.Set(patch.egAmount, 0.6f);
+    rig.Set(patch.lfoAmount, -0.5f);
+    rig.Set(patch.modWheelAmount, 0.7f);
+    patch.modWheel = 0.6f;
+    patch.lfoDestination = kLfoToPitchAB;
+    patch.modWheelDestination = kWheelToWidthAB;
+    rig.lfo.rate = 5.0;
+    rig.lfo.shape = CVoiceLfo::kSine;
+    patch.unisonPan = 0.8f;
+}
+
+constexpr PatchCase kPatches[] = {
+    {"saw A, full resonance", 44100.0,
+     [](CVoiceRig& rig) {
+         rig.Set(rig.patch.cutoff, 0.6f);
+         rig.patch.resonance = 1.0f;
+     }},
+    {"saw B, high-pass, wheel to cutoff", 96000.0,
+     [](CVoiceRig& rig) {
+         rig.Set(rig.patch.oscBalance, 1.0f);
+         rig.Set(rig.patch.cutoff, 0.3f);
+         rig.patch.filterMode = kHighPass;
+         rig.Set(rig.patch.modWheelAmount, -0.4f);
+         rig.patch.modWheel = 0.5f;
+     }},
+    {"both saws synced, EG to pitch of A", 48000.0,
+     [](CVoiceRig& rig) {
+         rig.patch.sync = true;
+         rig.Set(rig.patch.oscBalance, 0.3f);
+         rig.patch.pitchBSemitones = -12.0f;
+         rig.patch.egDestination = kEgToPitchA;
+         rig.Set(rig.patch.egAmount, 0.8f);
+     }},
+    {"pulse A, LFO square to its width", 22050.0,
+     [](CVoiceRig& rig) {
+         Pulses(rig, 0.3f, 0.0f);
+         rig.patch.shapeB = 0.0f;
+         rig.lfo.shape = CVoiceLfo::kPulse;
+         rig.lfo.rate = 9.0;
+         rig.patch.lfoDestination = kLfoToWidthA;
+         rig.Set(rig.patch.lfoAmount, 0.5f);
+     }},
+    {"pulse B synced saw A, low resonant cutoff, EG to widths", 192000.0,
+     [](CVoiceRig& rig) {
+         Pulses(rig, 0.5f, 0.1f);
+         rig.patch.shapeA = 0.0f;
+         rig.patch.sync = true;
+         rig.Set(rig.patch.cutoff, 0.15f);
+         rig.patch.resonance = 0.4f;
+         rig.patch.egDestination = kEgToWidthAB;
+         rig.Set(rig.patch.egAmount, -0.7f);
+     }},
+    {"ring of saws, LFO ramp to pan, wheel to pitch", 44100.0,
+     [](CVoiceRig& rig) {
+         rig.patch.ring = true;
+         rig.patch.pitchBSemitones = 5.0f;
+         rig.lfo.shape = CVoiceLfo::kSaw;
+         rig.lfo.rate = 3.0;
+         rig.patch.lfoDestination = kLfoToPan;
+         rig.Set(rig.patch.lfoAmount, 0.9f);
+         rig.patch.modWheelDestination = kWheelToPitchA;
+         rig.Set(rig.patch.modWheelAmount, 0.5f);
+         rig.patch.modWheel = 0.7f;
+     }},
+    {"ring of pulses, random LFO to pitch, retriggered", 48000.0,
+     [](CVoiceRig& rig) {
+         Pulses(rig, 0.9f, 0.4f);
+         rig.patch.ring = true;
+         rig.lfo.shape = CVoiceLfo::kRandom;
+         rig.lfo.rate = 11.0;
+         rig.lfo.retrigger = true;
+         rig.patch.lfoDestination = kLfoToPitchA;
+         rig.Set(rig.patch.lfoAmount, 0.7f);
+     }},
+    {"noise alone, band-pass, synced LFO to cutoff by the wheel", 44100.0,
+     [](CVoiceRig& rig) {
+         rig.Set(rig.patch.noiseBalance, 1.0f);
+         rig.patch.filterMode = kBandPass;
+         rig.Set(rig.patch.cutoff, 0.4f);
+         rig.patch.resonance = 0.8f;
+         rig.lfo.sync = 2.0;
+         rig.Set(rig.patch.lfoAmount, 0.6f);
+         rig.patch.modWheelDestination = kWheelToLfoDepth;
+         rig.Set(rig.patch.modWheelAmount, 0.8f);
+         rig.patch.modWheel = 1.0f;
+     }},
+    {"synced pulses with noise, EG to both pitches, wheel to width", 96000.0,
+     [](CVoiceRig& rig) {
+         Pulses(rig, 0.7f, 0.7f);
+         rig.patch.sync = true;
+         rig.patch.pitchBSemitones = -7.0f;
+         rig.Set(rig.patch.noiseBalance, 0.2f);
+         rig.patch.egDestination = kEgToPitchAB;
+         rig.Set(rig.patch.egAmount, -0.5f);
+         rig.patch.modWheelDestination = kWheelToWidthA;
+         rig.Set(rig.patch.modWheelAmount, 0.5f);
+         rig.patch.modWheel = 0.3f;
+         rig.patch.lfoDestination = kLfoToWidthAB;
+         rig.Set(rig.patch.lfoAmount, 0.3f);
+     }},
+    {"everything at 22.05 kHz, EG to width of A", 22050.0,
+     [](CVoiceRig& rig) {
+         Everything(rig);
+         rig.patch.egDestination = kEgToWidthA;
+     }},
+    {"everything at 44.1 kHz", 44100.0, Everything},
+    {"everything at 48 kHz", 48000.0, Everything},
+    {"everything at 96 kHz", 96000.0, Everything},
+    {"everything at 192 kHz", 192000.0, Everything},
+};
+
+/// A second and a half of six voices: five notes, one more on a voice that was freed, releases.
+template <class RenderBlocks>
+StereoSound PlayPiece(CVoiceRig& rig, RenderBlocks&& render)
+{
+    constexpr int kKeys[] = {33, 45, 52, 60, 67};
+    for (int i = 0; i < 5; ++i) {
+        rig.Voice(i).unisonCount = 2;
+        rig.Twin(i).unisonCount = 2;
+        rig.Voice(i).unisonIndex = static_cast<std::int8_t>(i % 2);
+        rig.Twin(i).unisonIndex = i % 2;
+        rig.Start(i, kKeys[i], 0.2f * static_cast<float>(i + 1));
+    }
+    StereoSound piece;
+    const auto goOn = [&](double seconds) {
+        const StereoSound part = render(Divided(rig.Samples(seconds), kOddBlocks));
+        piece.left.insert(piece.left.end(), part.left.begin(), part.left.end());
+        piece.right.insert(piece.right.end(), part.right.begin(), part.right.end());
+    };
+    goOn(0.5);
+    rig.Release(1);
+    rig.Release(3);
+    goOn(0.3); // both end in between
+    rig.Start(1, 72, 0.7f);
+    rig.Start(4, 40, 0.9f); // while it sounds
+    goOn(0.4);
+    for (const int voice : {0, 1, 2})
+        rig.Release(voice);
+    goOn(0.3);
+    return piece;
+}
+
+} // namespace
+
+TEST(Kernel, AgreesWithThePlainReadingForEveryWaveformFilterRouteAndRate)
+{
+    for (const auto& [what, hostRate, arrange] : kPatches) {
+        CVoiceRig truthRig(hostRate, 6);
+        arrange(truthRig);
+        const StereoSound truth =
+            PlayPiece(truthRig, [&](const auto& blocks) { return truthRig.RenderTwins(blocks); });
+        ASSERT_GT(Rms(truth.left), 0.01) << what;
+        for (const VoiceKernel* kernel : KernelsOfThisMachine()) {
+            CVoiceRig rig(hostRate, 6);
+            arrange(rig);
+            const StereoSound sound =
+                PlayPiece(rig, [&](const auto& blocks) { return rig.RenderWith(*kernel, blocks); });
+            EXPECT_LT(ErrorDb(sound, truth), -95.0) << what << ", " << kernel->name;
+        }
+    }
+}
+
+} // namespace keldra
