@@ -71,8 +71,7 @@ void KeldraSynth::SetSampleRate(double hz)
          {&patch_.pulseWidthA, &patch_.pulseWidthB, &patch_.oscBalance, &patch_.noiseBalance,
           &patch_.lfoAmount, &patch_.egAmount, &patch_.modWheelAmount, &patch_.cutoff})
         value->Jump();
-    decimatorLeft_.Reset();
-    decimatorRight_.Reset();
+    decimator_.Reset();
     effects_.Reset();
 }
 
@@ -144,8 +143,7 @@ void KeldraSynth::RenderVoicesInto(float* left, float* right, int frames)
         if (KeldraGenerator* voice = active_[static_cast<std::size_t>(i)]; !voice->IsFree())
             voice->PrepareBlock(samples);
     RenderVoices(active_, activeCount_, samples, patch_, scratchLeft_.data(), scratchRight_.data());
-    decimatorLeft_.Process(scratchLeft_.data(), left, frames);
-    decimatorRight_.Process(scratchRight_.data(), right, frames);
+    decimator_.Process(scratchLeft_.data(), scratchRight_.data(), left, right, frames);
 }
 
 void KeldraSynth::RunGate(float* left, float* right, int frames, double tempo)

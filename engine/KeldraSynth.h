@@ -73,7 +73,7 @@ private:
     int activeCount_ = 0;
     std::array<float, kBlockFrames * CDecimationFilter::kFactor> scratchLeft_{};
     std::array<float, kBlockFrames * CDecimationFilter::kFactor> scratchRight_{};
-    CDecimationFilter decimatorLeft_, decimatorRight_;
+    CDecimationFilter decimator_;
     CTranceGate gate_;
     EffectsUnit effects_;
     std::array<std::atomic<signed char>, kParameterCount> linkMap_;
