@@ -63,6 +63,13 @@ std::shared_ptr<CVstModule> CVstModule::Load(const std::string& path, std::strin
     return module;
 }
 
+std::shared_ptr<CVstModule> CVstModule::FromEntry(VstPluginMainProc entry)
+{
+    std::shared_ptr<CVstModule> module(new CVstModule);
+    module->entry_ = entry;
+    return module;
+}
+
 CVstModule::~CVstModule()
 {
     if (handle_ != nullptr)

@@ -20,6 +20,8 @@ public:
     /// @param path   of the module; one without a slash is looked up as the system does
     /// @param error  receives one line saying why not, when the answer is null
     static std::shared_ptr<CVstModule> Load(const std::string& path, std::string& error);
+    /// For an entry that is linked into the program itself.
+    static std::shared_ptr<CVstModule> FromEntry(VstPluginMainProc entry);
     ~CVstModule();
     CVstModule(const CVstModule&) = delete;
     CVstModule& operator=(const CVstModule&) = delete;
