@@ -1,0 +1,149 @@
+#include <array>
+#include <atomic>
+#include <gtest/gtest.h>
+#include <memory>
+#include <mutex>
+#include <random>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "apps/host/VstHost.h"
+#include "tests/realtime/CallCounter.h"
+
+// The real module, played as hosts play it, with the C library's memory, lock and file calls
+// counted on the processing thread.
+
+namespace keldra::test {
+
+namespace {
+
+constexpr double kRate = 48000.0;
+constexpr int kBlockFrames = 512;
+
+std::unique_ptr<vst::CVstHost> MakeHost()
+{
+    std::string error;
+    const auto module =
+        vst::CVstModule::Load(std::string(KELDRA_BINARY_DIR) + "/Keldra/Keldra.so", error);
+    EXPECT_NE(module, nullptr) << error;
+    auto host = vst::CVstHost::Create(module, {}, nullptr, error);
+    EXPECT_NE(host, nullptr) << error;
+    host->Start(kRate, kBlockFrames);
+    return host;
+}
+
+/// Renders blocks while this thread is watched.
+class CWatchedPlayer {
+public:
+    explicit CWatchedPlayer(vst::CVstHost& host) : host_(host) { CCallCounter::Forget(); }
+
+    void Midi(int frame, int status, int data1, int data2)
+    {
+        const std::array<std::uint8_t, 3> message = {static_cast<std::uint8_t>(status),
+                                                     static_cast<std::uint8_t>(data1),
+                                                     static_cast<std::uint8_t>(data2)};
+        host_.AddMidi(frame, message);
+    }
+    void Render()
+    {
+        float* outputs[] = {left_.data(), right_.data()};
+        const CCallCounter watch;
+        host_.Render(outputs, kBlockFrames);
+    }
+
+private:
+    vst::CVstHost& host_;
+    std::vector<float> left_ = std::vector<float>(kBlockFrames);
+    std::vector<float> right_ = std::vector<float>(kBlockFrames);
+};
+
+} // namespace
+
+TEST(Realtime, TheCounterSeesMemoryAndLocks)
+{
+    CCallCounter::Forget();
+    std::mutex mutex;
+    {
+        const CCallCounter watch;
+        const std::vector<int> memory(1000);
+        EXPECT_EQ(memory[999], 0);
+        const std::lock_guard lock(mutex);
+    }
+    EXPECT_EQ(CCallCounter::Calls(), 3);
+
+    const auto host = MakeHost();
+    const std::vector<std::byte> state = host->GetChunk();
+    CCallCounter::Forget();
+    {
+        const CCallCounter watch;
+        EXPECT_TRUE(host->SetChunk(state)); // a control thread may: and the module's calls count
+    }
+    EXPECT_GT(CCallCounter::Calls(), 0);
+}
+
+TEST(Realtime, NothingIsAllocatedLockedOrOpenedByDenseEvents)
+{
+    const auto host = MakeHost();
+    for (int index = 0; index < host->ParameterCount(); ++index)
+        if (index >= 81 && index <= 154)
+            host->SetParameter(index, static_cast<float>(index % 100)); // links everywhere
+    host->SetParameter(31, 1.0f);                                       // delay
+    host->SetParameter(39, 1.0f);                                       // chorus
+    host->SetParameter(75, 2.0f);                                       // three unison voices
+    host->SetParameter(76, 63.0f);
+
+    CWatchedPlayer player(*host);
+    std::mt19937 random(1);
+    const auto pick = [&](int count) { return static_cast<int>(random() % unsigned(count)); };
+    const int blocks = static_cast<int>(10.0 * kRate) / kBlockFrames;
+    for (int block = 0; block < blocks; ++block) {
+        vst::HostTransport transport;
+        transport.playing = block % 2 == 0;
+        transport.tempoBpm = 60.0 + pick(200);
+        transport.quarterNotes = block * 0.1;
+        if (block % 50 == 0)
+            host->SetTransport(transport);
+        int frame = 0;
+        for (int i = 0; i < 40; ++i) {
+            frame = std::min(frame + pick(24), kBlockFrames - 1);
+            constexpr int kStatuses[] = {0x90, 0x90, 0x80, 0xB0, 0xB0, 0xE0, 0xA0, 0xC0, 0xD0};
+            player.Midi(frame, kStatuses[pick(9)] | pick(16), pick(128), pick(128));
+        }
+        if (block % 64 == 63)
+            player.Midi(frame, 0xB0, 123, 0);
+        player.Render();
+        ASSERT_EQ(CCallCounter::Calls(), 0) << CCallCounter::FirstCalled() << " in block " << block;
+    }
+}
+
+TEST(Realtime, NothingIsAllocatedOrWaitedForWhileOthersChangeEverything)
+{
+    const auto host = MakeHost();
+    const std::vector<std::byte> state = host->GetChunk();
+    std::atomic<bool> stop{false};
+    std::thread setter([&] {
+        for (int i = 0; !stop; ++i)
+            host->SetParameter(i % 81, static_cast<float>(i % 7) / 6.0f);
+    });
+    std::thread loader([&] {
+        while (!stop) {
+            EXPECT_TRUE(host->SetChunk(state));
+            EXPECT_EQ(host->GetChunk().size(), state.size());
+            host->SetProgramName("loaded");
+            std::this_thread::yield();
+        }
+    });
+    CWatchedPlayer player(*host);
+    for (int block = 0; block < 300; ++block) {
+        player.Midi(0, 0x90, 36 + block % 60, 100);
+        player.Midi(100, 0xB0, 1, block % 128);
+        player.Render();
+    }
+    stop = true;
+    setter.join();
+    loader.join();
+    EXPECT_EQ(CCallCounter::Calls(), 0) << CCallCounter::FirstCalled();
+}
+
+} // namespace keldra::test
