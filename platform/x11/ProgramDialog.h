@@ -1,0 +1,14 @@
+#pragma once
+
+#include <memory>
+
+#include "platform/FileDialog.h"
+
+namespace keldra {
+
+/// A file dialog shown by a program of the desktop. Unavailable when it isn't installed or ends
+/// without having shown anything.
+[[nodiscard]] std::unique_ptr<CFileDialog> OpenKdialog(const FileDialogRequest& request);
+[[nodiscard]] std::unique_ptr<CFileDialog> OpenZenity(const FileDialogRequest& request);
+
+} // namespace keldra
