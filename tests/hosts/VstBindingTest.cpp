@@ -473,7 +473,8 @@ TEST_F(VstBindingThread, TellsOfTheTransportLaterWhenABlockHadToBeLeftOut)
     host_.time.flags = kVstTransportChanged | kVstTransportPlaying;
     std::atomic<bool> taken{false}, done{false};
     std::thread control([&] {
-        const CControlOperation operation(*CFakeRenderer::newest, CControlScope::EWhen::Always);
+        const CControlOperation operation(*CFakeRenderer::newest.load(),
+                                          CControlScope::EWhen::Always);
         taken = true;
         taken.notify_one();
         done.wait(false);
@@ -502,7 +503,7 @@ TEST_F(VstBinding, ShowsTheEditorWhatAHostSets)
         host_.effect->setParameter(host_.effect, 17, 0.3f);
         EXPECT_EQ(host_.effect->getParameter(host_.effect, 17), 0.3f);
         std::vector<int> marked;
-        CFakeRenderer::newest->Feedback().TakeChangedParameters(
+        CFakeRenderer::newest.load()->Feedback().TakeChangedParameters(
             [&](int index) { marked.push_back(index); });
         EXPECT_EQ(marked, hasEditor ? std::vector<int>{17} : std::vector<int>{});
         EXPECT_EQ(journal.Take(), Lines{}) << "a host is not told what it said";
@@ -524,7 +525,7 @@ TEST_F(VstBinding, SavesAndRestoresWholePrograms)
     EXPECT_NE(std::memcmp(saved.data(), second, saved.size()), 0);
 
     host_.Dispatch(effSetProgramName, 0, 0, std::string("Lost").data());
-    CEditorFeedback& feedback = CFakeRenderer::newest->Feedback();
+    CEditorFeedback& feedback = CFakeRenderer::newest.load()->Feedback();
     const std::uint32_t programs = feedback.ProgramCount();
     EXPECT_EQ(host_.Dispatch(effSetChunk, 0, 692, saved.data()), 692);
     EXPECT_EQ(host_.Text(effGetProgramName), "Kept");
@@ -547,7 +548,7 @@ TEST_F(VstBinding, SavesAndRestoresWholePrograms)
 TEST_F(VstBinding, TellsTheHostOfEditsWithinItsRange)
 {
     Load();
-    CPluginWrapper& wrapper = *CFakeRenderer::newest->HostWrapper();
+    CPluginWrapper& wrapper = *CFakeRenderer::newest.load()->HostWrapper();
     for (const int index : {-1, 0, 155, 156, 157}) {
         wrapper.BeginEdit(index);
         wrapper.AutomateParameter(index, 0.5f);

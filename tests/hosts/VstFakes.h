@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <mutex>
@@ -60,7 +61,7 @@ public:
     int GetChunk(void* buffer) const override;
     bool SetChunk(const void* data, int size) override;
 
-    static inline CFakeRenderer* newest = nullptr; ///< the one made last
+    static inline std::atomic<CFakeRenderer*> newest{nullptr}; ///< the one made last
 
 private:
     int keysHeld_ = 0;
