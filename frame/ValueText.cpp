@@ -67,7 +67,8 @@ void WriteNamed(const ParameterRow& row, float value, CTextWriter& writer)
         writer.AppendFixed(static_cast<double>(Scaled(row, value)), 2).Append(" Hz");
         break;
     case EDisplay::Quarters:
-        writer.AppendInt(TruncateToInt(value * kQuarterSteps) + 1).Append("/4");
+        writer.AppendInt(TruncateToInt(Clamped(value, 0.0f, 1.0f) * kQuarterSteps) + 1)
+            .Append("/4");
         break;
     }
 }
