@@ -43,6 +43,7 @@ struct EngineChange {
         Parameter,    ///< index, value: a parameter or one of the two wheels
         KeyboardNote, ///< index = key, value = velocity 0 .. 1, 0 releases
         Program,      ///< *program
+        Midi,         ///< index = the four bytes of a MidiMessage as they lie in memory
     };
     EKind kind = EKind::Parameter;
     int index = 0;

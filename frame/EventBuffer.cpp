@@ -51,11 +51,15 @@ int CEventBuffer::EventSize(const EventNode* event)
 
 void CEventBuffer::DispatchEvent(const EventNode* event)
 {
-    if (event == nullptr || event->size != 4)
-        return;
-    const int data1 = event->message[1] & 0x7F;
-    const int data2 = event->message[2] & 0x7F;
-    switch (event->message[0] & 0xF0) {
+    if (event != nullptr && event->size == 4)
+        DispatchMessage(event->message);
+}
+
+void CEventBuffer::DispatchMessage(const MidiMessage& message)
+{
+    const int data1 = message[1] & 0x7F;
+    const int data2 = message[2] & 0x7F;
+    switch (message[0] & 0xF0) {
     case 0x80:
         MidiNoteOff(data1, data2);
         break;

@@ -6,11 +6,14 @@
 
 namespace keldra {
 
+/// Status byte, two data bytes, and one that isn't read.
+using MidiMessage = std::array<std::uint8_t, 4>;
+
 /// One queued MIDI message. Belongs to its queue.
 struct EventNode {
     std::uint32_t time = 0; ///< frames from the start of the host block
     std::uint16_t size = 0; ///< always 4
-    std::array<std::uint8_t, 4> message{};
+    MidiMessage message{};
     EventNode* next = nullptr;
 };
 
@@ -53,6 +56,7 @@ public:
     /// Calls the MIDI entry point of the message. The channel doesn't matter; other statuses than
     /// the seven are ignored.
     void DispatchEvent(const EventNode* event);
+    void DispatchMessage(const MidiMessage& message); ///< the same for one that isn't queued
 
     void ClearEvents();
 

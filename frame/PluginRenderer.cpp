@@ -374,6 +374,11 @@ void CPluginRenderer::RequestChange(const EngineChange& change)
     RequestChange(change); // processing went on in between
 }
 
+bool CPluginRenderer::PostMidi(const MidiMessage& message)
+{
+    return changes_.Push({EngineChange::EKind::Midi, std::bit_cast<int>(message), 0.0f, nullptr});
+}
+
 void CPluginRenderer::Apply(const EngineChange& change)
 {
     switch (change.kind) {
@@ -386,6 +391,9 @@ void CPluginRenderer::Apply(const EngineChange& change)
         break;
     case EngineChange::EKind::Program:
         ApplyProgram(*change.program);
+        break;
+    case EngineChange::EKind::Midi:
+        DispatchMessage(std::bit_cast<MidiMessage>(change.index));
         break;
     }
 }

@@ -122,6 +122,11 @@ public:
     /// resume), the block is silent and its events wait for the next.
     void ProcessBlock(const HostBuffers& buffers, EMode mode);
 
+    /// Leaves a MIDI message for the next operation, in its turn among the other changes: for hosts
+    /// that send notes between their blocks. Any thread; never waits or allocates.
+    /// @return false when there is no room for it
+    [[nodiscard]] bool PostMidi(const MidiMessage& message);
+
     /// Any thread but the processing one. Stops all sound; processing is on or off afterwards.
     void SwitchProcessing(bool on);
     /// Any thread but the processing one. A rate that isn't above 0 only stops all sound.
