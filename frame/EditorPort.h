@@ -29,6 +29,8 @@ public:
     virtual bool Open(void* parent) = 0;
     virtual void Close() = 0;
     [[nodiscard]] virtual bool IsOpen() const = 0;
+    /// The system's handle of the editor's own window; null unless open.
+    [[nodiscard]] virtual void* WindowHandle() const = 0;
 };
 
 } // namespace keldra

@@ -77,6 +77,7 @@ public:
     bool Open(void* parent) override;
     void Close() override;
     [[nodiscard]] bool IsOpen() const override { return open_; }
+    [[nodiscard]] void* WindowHandle() const override { return nullptr; }
 
 private:
     bool open_ = false;
