@@ -24,6 +24,8 @@ public:
     static constexpr std::size_t kTextSize = 256; ///< bytes, NUL included
     using Text = std::array<char, kTextSize>;
 
+    /// Whether the module has a definition. All else here needs one.
+    [[nodiscard]] static bool Exists() { return instance_ != nullptr; }
     /// The module's definition: the one that was constructed last.
     [[nodiscard]] static const CPluginInstance& Get() { return *instance_; }
     [[nodiscard]] static CPluginInstance& GetMutable() { return *instance_; }
