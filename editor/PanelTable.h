@@ -75,6 +75,7 @@ struct PanelControl {
     EPanelRole role = EPanelRole::None;
     PanelCaption caption = {};
     EScale scale = EScale::None;
+    std::string_view unit = {}; ///< printed behind a menu's text
 };
 
 inline constexpr float kQuarterNoteDelay = 3.0f / 7.0f;
@@ -98,8 +99,8 @@ namespace panel {
 
 // Captions of one row of the panel stand on one line.
 inline constexpr int kVoiceCaptions = 128;
-inline constexpr int kModulationCaptions = 245;
-inline constexpr int kSoundCaptions = 323;
+inline constexpr int kModulationCaptions = 243;
+inline constexpr int kSoundCaptions = 322;
 inline constexpr int kEffectCaptions = 398;
 inline constexpr int kWheelCaptions = 509;
 
@@ -194,10 +195,20 @@ constexpr PanelControl Selector(int x, int y, int parameter, ESkinImage image)
             row.across};
 }
 
-constexpr PanelControl Menu(int x, int y, int parameter, int items, PanelCaption caption)
+constexpr PanelControl Menu(int x, int y, int parameter, int items, PanelCaption caption,
+                            std::string_view unit = {})
 {
-    return {EPanelControl::Menu,    {x, y, 37, 13}, parameter,        0.0f,   false,
-            ESkinImage::Background, items,          EPanelRole::None, caption};
+    return {EPanelControl::Menu,
+            {x, y, 37, 13},
+            parameter,
+            0.0f,
+            false,
+            ESkinImage::Background,
+            items,
+            EPanelRole::None,
+            caption,
+            EScale::None,
+            unit};
 }
 
 constexpr PanelControl Display(const PanelRect& rect, EPanelRole role)
@@ -233,13 +244,13 @@ inline constexpr PanelControl kControls[] = {
     Knob(399,  82, kUnisonDetune,           0.0f, ESnap::No,  {"DETUNE",   kVoiceCaptions}),
     Knob(446,  82, kUnisonPan,              0.0f, ESnap::No,  {"PAN",      kVoiceCaptions}),
     Knob(646,  82, kGlideTime,              0.0f, ESnap::No,  {"TIME",     kVoiceCaptions}),
-    Knob(706,  82, kTranspose,              0.5f, ESnap::Yes, {"TRANSP",   kVoiceCaptions}, EScale::Semitones),
+    Knob(706,  82, kTranspose,              0.5f, ESnap::Yes, {"SEMI",     kVoiceCaptions}, EScale::Semitones),
     Knob(749,  82, kFineTune,               0.5f, ESnap::Yes, {"FINE",     kVoiceCaptions}, EScale::Bipolar),
     Knob(803,  82, kGain,                   0.5f, ESnap::Yes, {"GAIN",     kVoiceCaptions}),
     Wheel(49, 405, kPitchBendValue,         0.5f, EPanelRole::PitchWheel, {"PITCH", kWheelCaptions}, EScale::Bipolar),
     Wheel(98, 405, kModWheelValue,          0.0f, EPanelRole::ModWheel,   {"MOD",   kWheelCaptions}, EScale::Even),
 
-    Switch(494,  87, kOctaver,         "OCTAVE", kVoiceCaptions),
+    Switch(494,  87, kOctaver,         "OCT",    kVoiceCaptions),
     Switch(529,  87, kMonophonic,      "MONO",   kVoiceCaptions),
     Switch(564,  87, kGlideHeld,       "HELD",   kVoiceCaptions),
     Switch(599,  87, kGlideTimeStatic, "STATIC", kVoiceCaptions),
@@ -254,8 +265,8 @@ inline constexpr PanelControl kControls[] = {
     GateStep(8), GateStep(9), GateStep(10), GateStep(11),
     GateStep( 4), GateStep( 5), GateStep( 6), GateStep( 7),
     GateStep(12), GateStep(13), GateStep(14), GateStep(15),
-    Button(186, 86, kNotBound, ESkinImage::Link,            {"LINK",   116}, EPanelRole::Link),
-    Button(215, 86, kNotBound, ESkinImage::Unlink,          {"CLEAR",  116}, EPanelRole::Unlink),
+    Button(186, 86, kNotBound, ESkinImage::Link,            {"LINK",   kVoiceCaptions}, EPanelRole::Link),
+    Button(215, 86, kNotBound, ESkinImage::Unlink,          {"CLEAR",  kVoiceCaptions}, EPanelRole::Unlink),
     Button(157, 63, kNotBound, ESkinImage::PreviousProgram, {}, EPanelRole::PreviousProgram),
     Button(168, 63, kNotBound, ESkinImage::NextProgram,     {}, EPanelRole::NextProgram),
 
@@ -283,8 +294,8 @@ inline constexpr PanelControl kControls[] = {
     Menu(664, 363, kGateStepLength,  7, {"STEP",   kEffectCaptions}),
     Menu(798, 274, kArpStepLength,   7, {"STEP",   298}),
     Menu(287,  93, kUnisonVoices,    7, {"UNISON", kVoiceCaptions}),
-    Menu(341,  93, kPolyphony,      64, {"VOICES", kVoiceCaptions}),
-    Menu( 87, 214, kBendRange,      12, {"BEND",   kModulationCaptions}),
+    Menu(341,  93, kPolyphony,      64, {"POLY",   kVoiceCaptions}),
+    Menu( 87, 214, kBendRange,      12, {"BEND",   kModulationCaptions}, "ST"),
 
     Display({24, 62, 132, 13}, EPanelRole::ProgramName),
     Display({24, 78, 154, 13}, EPanelRole::ParameterText),

@@ -57,7 +57,7 @@ inline constexpr SkinImageRow kSkinImages[] = {
     {ESkinImage::BigButton,           "big_button.tga",     30,  30, 1, kButtonFrames, 32},
     {ESkinImage::GateWhite,           "btn_gate_white.tga", 14,  20, 1, kButtonFrames, 32},
     {ESkinImage::GateBlue,            "btn_gate_blue.tga",  14,  20, 1, kButtonFrames, 32},
-    {ESkinImage::FaderHandle,         "fader_handle.tga",   22,  15, 1, 1, 32},
+    {ESkinImage::FaderHandle,         "fader_handle.tga",   22,  18, 1, 1, 32},
     {ESkinImage::LfoShape,            "tab_lfo_shape.tga",  60,  12, 5, 2, 24},
     {ESkinImage::ArpMode,             "tab_arp_mode.tga",   48,  12, 5, 2, 24},
     {ESkinImage::ArpRange,            "tab_arp_range.tga",  37,  12, 4, 2, 24},
