@@ -22,7 +22,7 @@ public:
     virtual void BuildPanel() = 0; ///< once, after Connect
     virtual bool LoadSkin() = 0;   ///< false when an image is missing or damaged
 
-    [[nodiscard]] virtual EditorSize GetSize() const = 0; ///< any thread, open or not
+    [[nodiscard]] virtual EditorSize WindowSize() const = 0; ///< any thread, open or not
 
     /// Shows the window inside the host's. @param parent  the system's window handle; null: on the
     /// desktop. @return false when the system refuses

@@ -18,7 +18,7 @@ VstInt16 ToInt16(int pixels)
 CVSTEditor::CVSTEditor(AudioEffect& owner, std::unique_ptr<CEditorPort> window)
     : AEffEditor(&owner), window_(std::move(window))
 {
-    const EditorSize size = window_->GetSize();
+    const EditorSize size = window_->WindowSize();
     rect_.bottom = ToInt16(size.height);
     rect_.right = ToInt16(size.width);
 }

@@ -167,13 +167,13 @@ CVSTWrapper::SongTime CVSTWrapper::AskHostForTime()
     // Two questions, each read before the next: hosts fill only what was asked for, and may answer
     // both in one place.
     const VstTimeInfo* const tempo = getTimeInfo(kVstTempoValid);
-    if (HasFlag(tempo, kVstTempoValid) && std::isfinite(tempo->tempo) && tempo->tempo > 0.0)
-        time.tempoBpm = tempo->tempo;
+    if (HasFlag(tempo, kVstTempoValid))
+        time.tempoBpm = tempo->tempo; // 0 holds clocks; what makes no sense the engine leaves aside
     if (HasFlag(tempo, kVstTransportChanged))
         transportChangedTo_ = HasFlag(tempo, kVstTransportPlaying);
 
     const VstTimeInfo* const position = getTimeInfo(kVstPpqPosValid);
-    if (HasFlag(position, kVstPpqPosValid) && std::isfinite(position->ppqPos))
+    if (HasFlag(position, kVstPpqPosValid))
         time.quarterNotes = position->ppqPos;
     return time;
 }

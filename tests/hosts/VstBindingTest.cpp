@@ -387,8 +387,8 @@ TEST_F(VstBinding, LearnsTempoPositionAndTransportFromTheHost)
          {"tempo 60.00", "position 1.00", "stopped"}},
         {"not numbers", true, all, kNan, kNan, {}},
         {"not of this world", true, all, kInfinity, -kInfinity, {}},
-        {"no tempo", true, all, 0.0, 0.0, {"position 0.00"}},
-        {"backwards", true, kVstTempoValid, -120.0, 0.0, {}},
+        {"no tempo", true, all, 0.0, 0.0, {"tempo 0.00", "position 0.00"}},
+        {"backwards", true, kVstTempoValid, -120.0, 0.0, {"tempo -120.00"}},
     };
     for (const auto& [what, hasTime, flags, tempo, position, told] : cases) {
         host_.hasTime = hasTime;
