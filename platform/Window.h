@@ -65,14 +65,14 @@ struct KeyEvent {
 class CWindowClient {
 public:
     virtual void OnPointer(const PointerEvent& event) = 0;
-    virtual void OnWheel(const WheelEvent& event) = 0;
+    virtual void OnWheelTurn(const WheelEvent& event) = 0;
     /// @return false hands the key on to the host's window
     [[nodiscard]] virtual bool OnKey(const KeyEvent& event) = 0;
     virtual void OnFocus(bool focused) = 0;
     virtual void OnTick() = 0;                        ///< every 30 ms; late ticks are left out
     virtual void OnExpose(const PixelRect& area) = 0; ///< has to be presented again
     /// @param utf8Path  absolute path of the first of the dropped files
-    virtual void OnFileDropped(std::string_view utf8Path, PixelPoint at) = 0;
+    virtual void OnFileDrop(std::string_view utf8Path, PixelPoint at) = 0;
     /// The system ended a capture: the window was hidden or another program took the pointer.
     virtual void OnCaptureLost() = 0;
     /// The window is gone without having been closed: its parent was destroyed or the connection

@@ -180,9 +180,11 @@ void CVstHost::FillTimeInfo()
     timeInfo_.sampleRate = sampleRate_;
     timeInfo_.ppqPos = transport_.quarterNotes;
     timeInfo_.tempo = transport_.tempoBpm;
+    timeInfo_.barStartPos = transport_.barStartQuarters.value_or(0.0);
     timeInfo_.timeSigNumerator = transport_.beatsPerBar;
     timeInfo_.timeSigDenominator = transport_.beatUnit;
     timeInfo_.flags = kVstPpqPosValid | kVstTempoValid | kVstTimeSigValid |
+                      (transport_.barStartQuarters ? kVstBarsValid : 0) |
                       (transportChanged_ ? kVstTransportChanged : 0) |
                       (transport_.playing ? kVstTransportPlaying : 0);
 }
@@ -197,8 +199,10 @@ void CVstHost::Render(float* const* outputs, int frames)
 
     transportChanged_ = false;
     framesRendered_ += frames;
-    if (transport_.playing && sampleRate_ > 0.0)
+    if (transport_.playing && sampleRate_ > 0.0) {
         transport_.quarterNotes += frames * transport_.tempoBpm / (60.0 * sampleRate_);
+        transport_.barStartQuarters.reset(); // the position may be in another bar now
+    }
 }
 
 // --- Parameters and programs ---

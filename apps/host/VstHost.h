@@ -43,6 +43,8 @@ struct HostTransport {
     double quarterNotes = 0.0; ///< song position
     int beatsPerBar = 4;
     int beatUnit = 4; ///< 4 = quarter notes
+    /// Where the bar of the position starts; the plug-in learns it only when it is there.
+    std::optional<double> barStartQuarters = std::nullopt;
 };
 
 /// What a plug-in tells its host. Called on the plug-in's thread of the moment, processing thread

@@ -1,6 +1,7 @@
 #include "platform/ModulePath.h"
 
 #include <cstdlib>
+#include <cstring>
 #include <dlfcn.h>
 #include <memory>
 
@@ -16,8 +17,10 @@ std::string FindModuleFolder()
     if (::dladdr(reinterpret_cast<const void*>(&ModuleFolder), &info) == 0 ||
         info.dli_fname == nullptr)
         return {};
-    const std::unique_ptr<char, decltype(&std::free)> real(::realpath(info.dli_fname, nullptr),
-                                                           &std::free);
+    // A program that was found through the search path is known by its bare name only.
+    const bool isProgram = std::strchr(info.dli_fname, kPathSeparator) == nullptr;
+    const char* const path = isProgram ? "/proc/self/exe" : info.dli_fname;
+    const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path, nullptr), &std::free);
     if (real == nullptr)
         return {};
     return JoinPath(FolderOf(real.get()), "");

@@ -137,7 +137,7 @@ TEST_F(VstHost, TellsWhereTheSongIs)
          {"tempo 60.00", "position 0.00", "playing", "tempo 60.00", "position 0.50", "tempo 60.00",
           "position 1.00"}},
         {"a new tempo where it is anyway is no jump",
-         {true, true, 240.0, 1.5},
+         {true, true, 240.0, 1.5000001},
          2,
          {"tempo 240.00", "position 1.50", "tempo 240.00", "position 3.50"}},
         {"jumps", {true, true, 120.0, 8.0}, 1, {"tempo 120.00", "position 8.00", "playing"}},

@@ -1,0 +1,48 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "apps/render/ParameterSetting.h"
+#include "apps/render/SongRenderer.h"
+#include "apps/render/WavWriter.h"
+
+namespace keldra::render {
+
+/// What the command line asks for.
+struct Options {
+    std::string songPath;
+    std::string outputPath;
+    std::string modulePath;
+    std::string soundsPath; ///< empty: none
+    struct Program {
+        int channel = 0; ///< 0 .. 15
+        std::string path;
+    };
+    std::vector<Program> programs;
+    struct Setting {
+        std::optional<int> channel; ///< 0 .. 15; nothing: all
+        ParameterSetting setting;
+    };
+    std::vector<Setting> settings;
+    RenderSettings render;
+    std::optional<double> normaliseDb; ///< peak to reach, relative to full scale
+    ESampleFormat format = ESampleFormat::Pcm24;
+    bool listParameters = false; ///< instead of rendering; song and output are empty then
+};
+
+enum class EParsed {
+    Run,
+    Done,  ///< help or version was asked for: print the text and end
+    Wrong, ///< the text is one line saying what
+};
+
+/// @param argv     as main gets it
+/// @param options  set up with defaults before; whole when the answer is Run
+/// @param text     receives what to print otherwise
+[[nodiscard]] EParsed ParseOptions(int argc, const char* const* argv, Options& options,
+                                   std::string& text);
+
+} // namespace keldra::render

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <functional>
+#include <vector>
+
+#include "gui/ControlGroup.h"
+
+namespace keldra {
+
+struct PopupItem;
+
+/// A menu that belongs to no control on the panel, such as the host's for a parameter: a group of
+/// its own that is there while the menu is open.
+class CPopupMenuGroup : public CControlGroup {
+public:
+    /// Opens it at the pointer. @param chosen  called with the index of the chosen item, after the
+    /// menu is closed; not at all when it is dismissed or the item is not enabled
+    static void Open(CWindowPort& port, const std::vector<PopupItem>& items,
+                     std::function<void(int)> chosen);
+};
+
+} // namespace keldra

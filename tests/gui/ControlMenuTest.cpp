@@ -1,0 +1,410 @@
+#include "gui/ControlMenu.h"
+
+#include <functional>
+#include <gtest/gtest.h>
+
+#include "gui/ControlKnob.h"
+#include "gui/ControlList.h"
+#include "gui/ValueField.h"
+#include "tests/gui/TestPort.h"
+
+namespace keldra {
+namespace {
+
+class ControlMenu : public testing::Test {
+protected:
+    ControlMenu()
+        : port_({521, 855}),
+          menu_(port_.GetRootGroup()->Add(std::make_unique<CControlMenu>(5))),
+          window_(port_.Show())
+    {
+        menu_.SetRect({200, 250, 37, 13});
+        window_.Focus(true);
+        port_.TakeLog();
+    }
+
+    void AddItems(int count)
+    {
+        for (int i = 0; i < count; ++i)
+            menu_.AddItem(std::to_string(i + 1));
+    }
+    void Click(PixelPoint at)
+    {
+        window_.MoveTo(at);
+        window_.Press();
+        window_.Release();
+    }
+    void ClickRow(int row)
+    {
+        const PixelRect rect = menu_.ItemRect(row);
+        Click({rect.x + 3, rect.y + 3});
+    }
+
+    CTestPort port_;
+    CControlMenu& menu_;
+    CHeadlessWindow& window_;
+};
+
+TEST_F(ControlMenu, ShowsTheChosenItemsText)
+{
+    for (const char* text : {"---", "1/16", "2/16", "3/16"})
+        menu_.AddItem(text);
+    EXPECT_FLOAT_EQ(menu_.GetValue(), -1.0f);
+    menu_.SetValue(3.0f);
+    EXPECT_EQ(menu_.GetText(), "3/16");
+    menu_.SetValue(9.0f); // no such item: the text stays
+    EXPECT_EQ(menu_.GetText(), "3/16");
+    menu_.SetValue(-0.5f);
+    EXPECT_EQ(menu_.GetText(), "3/16");
+}
+
+TEST_F(ControlMenu, OpensBesideItselfAndStaysInTheWindow)
+{
+    struct Case {
+        const char* what;
+        PixelRect control;
+        int items;
+        PixelRect popup;
+        bool scrolls;
+    };
+    // "9" is 5 wide: 5 + 2 x 25 = 55; "64" 11.
+    constexpr Case kCases[] = {
+        {"centred at its right", {200, 250, 37, 13}, 5, {239, 201, 55, 110}, false},
+        {"at the top", {200, 5, 37, 13}, 5, {239, 0, 55, 110}, false},
+        {"at the bottom", {200, 500, 37, 13}, 5, {239, 411, 55, 110}, false},
+        {"to the left near the right edge", {760, 250, 37, 13}, 5, {703, 201, 55, 110}, false},
+        {"just not to the left", {756, 250, 37, 13}, 5, {795, 201, 55, 110}, false},
+        {"as wide as the control", {200, 250, 90, 13}, 5, {292, 201, 90, 110}, false},
+        {"too long", {341, 93, 37, 13}, 64, {380, 0, 73, 506}, true}, // 27 rows of 18, and 20
+    };
+    for (const Case& c : kCases) {
+        menu_.ClearItems();
+        AddItems(c.items);
+        menu_.SetRect(c.control);
+        Click({c.control.x + 1, c.control.y + 1});
+        EXPECT_TRUE(menu_.IsPopupOpen()) << c.what;
+        EXPECT_EQ(menu_.GetPopupRect(), c.popup) << c.what;
+        EXPECT_EQ(menu_.ItemRect(0).width, c.popup.width - 22 - (c.scrolls ? 12 : 0)) << c.what;
+        Click({1, 1});
+        EXPECT_FALSE(menu_.IsPopupOpen()) << c.what;
+        EXPECT_EQ(port_.TakeLog(), "") << c.what;
+    }
+}
+
+TEST_F(ControlMenu, ChoosesTheRowOfTheSecondPress)
+{
+    menu_.AddItem("Import CC Map");
+    menu_.AddSeparator();
+    menu_.AddItem("Save Program");
+    menu_.SetItemDimmed(2, true); // can be chosen all the same
+    struct Case {
+        int row;
+        const char* log;
+    };
+    constexpr Case kCases[] = {{0, "P5 C5=0 R5"}, {1, ""}, {2, "P5 C5=2 R5"}, {2, "P5 C5=2 R5"}};
+    for (const Case& c : kCases) {
+        Click({201, 251});
+        EXPECT_TRUE(port_.IsCapturing()); // though no button is held
+        ClickRow(c.row);
+        EXPECT_EQ(port_.TakeLog(), c.log) << c.row;
+        EXPECT_FALSE(menu_.IsPopupOpen());
+        EXPECT_FALSE(port_.IsCapturing());
+        EXPECT_FALSE(port_.IsRootModal());
+    }
+    EXPECT_EQ(menu_.GetText(), "Save Program");
+    port_.Refuse(false, true);
+    Click({201, 251});
+    ClickRow(0);
+    EXPECT_EQ(port_.TakeLog(), "P5 C5=0 R5");
+    EXPECT_FLOAT_EQ(menu_.GetValue(), 2.0f);
+    window_.MoveTo({201, 251});
+    window_.Press();
+    window_.PressAgain(); // a double click opens and closes
+    EXPECT_FALSE(menu_.IsPopupOpen());
+}
+
+TEST_F(ControlMenu, FadesInFollowsThePointerAndLeavesNothing)
+{
+    AddItems(5);
+    menu_.SetValue(1.0f);
+    const Color before = window_.PixelAt(239 + 30, 201 + 40);
+    Click({201, 251});
+    EXPECT_EQ(window_.PixelAt(239 + 30, 201 + 40), before);
+    window_.Tick(4);
+    EXPECT_NE(window_.PixelAt(239 + 30, 201 + 40), before);
+    const PixelRect row = menu_.ItemRect(3);
+    // Opaque at 245 / 256 over the window: 65 x 10 + 35 x 245.
+    EXPECT_EQ(GreenOf(window_.PixelAt(row.x + 2, row.y + 9)), (65u * 10 + 35u * 245) >> 8);
+    static_cast<void>(window_.TakePresented());
+    window_.MoveTo({row.x + 2, row.y + 9});
+    EXPECT_EQ(window_.TakePresented(), (std::vector<PixelRect>{menu_.GetPopupRect()}));
+    EXPECT_GT(GreenOf(window_.PixelAt(row.x + 2, row.y + 4)), 55u); // the highlight
+    window_.MoveTo({row.x + 3, row.y + 9});
+    EXPECT_TRUE(window_.TakePresented().empty()); // the same row
+    window_.Focus(false);
+    EXPECT_FALSE(menu_.IsPopupOpen());
+    EXPECT_EQ(window_.PixelAt(239 + 30, 201 + 40), before);
+}
+
+TEST_F(ControlMenu, ScrollsByWheelThumbAndKeys)
+{
+    AddItems(64);
+    Click({201, 251});
+    window_.Wheel(-3.0f);
+    ClickRow(0);
+    EXPECT_EQ(port_.TakeLog(), "P5 C5=3 R5");
+    Click({201, 251});
+    window_.Wheel(-1000.0f);
+    ClickRow(26); // the last of 27
+    EXPECT_EQ(port_.TakeLog(), "P5 C5=63 R5");
+
+    Click({201, 251});
+    const PixelRect popup = menu_.GetPopupRect();
+    window_.MoveTo({popup.x + popup.width - 15, 20}); // on the scroll bar
+    window_.Press();
+    window_.MoveBy(0, 486 / 2); // half of the track: half of the items
+    window_.Release();
+    EXPECT_TRUE(menu_.IsPopupOpen());
+    ClickRow(0);
+    EXPECT_EQ(port_.TakeLog(), "P5 C5=32 R5");
+
+    Click({201, 251});
+    EXPECT_TRUE(window_.Key(kKeyDown)); // to the chosen one, out of sight
+    EXPECT_TRUE(window_.Key(kKeyDown));
+    EXPECT_TRUE(window_.Key(kKeyEnter));
+    EXPECT_EQ(port_.TakeLog(), "P5 C5=33 R5");
+    Click({201, 251});
+    window_.Key(kKeyEscape);
+    EXPECT_FALSE(menu_.IsPopupOpen());
+    EXPECT_EQ(port_.TakeLog(), "");
+}
+
+TEST_F(ControlMenu, StepsByTheWheelOnlyWhereAParameterIsBound)
+{
+    menu_.AddItem("a");
+    menu_.AddSeparator();
+    menu_.AddItem("b");
+    menu_.SetValue(0.0f);
+    window_.MoveTo({201, 251});
+    window_.Wheel(-1.0f);
+    window_.Wheel(-1.0f);
+    window_.Wheel(1.0f);
+    EXPECT_EQ(port_.TakeLog(), "P5 C5=2 R5 P5 C5=0 R5");
+    menu_.SetParamIndex(-1); // a menu of commands
+    window_.Wheel(-1.0f);
+    EXPECT_EQ(port_.TakeLog(), "");
+}
+
+class ControlList : public testing::Test {
+protected:
+    ControlList()
+        : list_(port_.GetRootGroup()->Add(std::make_unique<CControlList>(6))), window_(port_.Show())
+    {
+        list_.SetRect({20, 20, 100, 100});
+        list_.SetMargins(4, 4); // five rows of 18
+        for (int i = 0; i < 12; ++i)
+            list_.AddItem(std::to_string(i));
+        window_.Focus(true);
+        port_.TakeLog();
+    }
+
+    CTestPort port_;
+    CControlList& list_;
+    CHeadlessWindow& window_;
+};
+
+TEST_F(ControlList, ChoosesByPressWheelAndKeys)
+{
+    window_.MoveTo({30, 24 + 18});
+    window_.Press();
+    window_.Release();
+    EXPECT_EQ(port_.TakeLog(), "P6 C6=1 R6");
+    window_.Wheel(-2.0f);
+    window_.Press();
+    EXPECT_EQ(port_.TakeLog(), "P6 C6=3 R6");
+    EXPECT_TRUE(window_.Key(kKeyDown));
+    EXPECT_TRUE(window_.Key(kKeyPageDown));
+    EXPECT_TRUE(window_.Key(kKeyEnd));
+    EXPECT_TRUE(window_.Key(kKeyEnd)); // is there
+    EXPECT_TRUE(window_.Key(kKeyUp));
+    EXPECT_FALSE(window_.Key('a'));
+    EXPECT_EQ(port_.TakeLog(), "P6 C6=4 R6 P6 C6=9 R6 P6 C6=11 R6 P6 C6=10 R6");
+    EXPECT_FLOAT_EQ(list_.GetScrollOffset(), 7.0f);
+    list_.ShowItem(2);
+    EXPECT_FLOAT_EQ(list_.GetScrollOffset(), 2.0f);
+    list_.SetScrollOffset(99.0f);
+    EXPECT_FLOAT_EQ(list_.GetScrollOffset(), 7.0f);
+    list_.ClearItems();
+    EXPECT_FLOAT_EQ(list_.GetScrollOffset(), 0.0f);
+    window_.Press();
+    EXPECT_FALSE(window_.Key(kKeyDown));
+    EXPECT_EQ(port_.TakeLog(), "");
+}
+
+TEST_F(ControlList, DragsItsThumbAndDropsItsHighlight)
+{
+    window_.MoveTo({120 - 10, 30});
+    window_.Press();
+    window_.MoveBy(0, 30); // 30 of 90 pixels: 4 of 12 rows
+    window_.Release();
+    EXPECT_FLOAT_EQ(list_.GetScrollOffset(), 4.0f);
+    EXPECT_EQ(port_.TakeLog(), "");
+    EXPECT_FALSE(port_.IsCapturing());
+    window_.MoveTo({30, 30});
+    const Color hovered = window_.PixelAt(26, 28);
+    window_.MoveTo({200, 150});
+    window_.Tick();
+    EXPECT_NE(window_.PixelAt(26, 28), hovered);
+}
+
+TEST(PopupMenu, TellsWhichEnabledItemWasChosen)
+{
+    CTestPort port({521, 855});
+    CHeadlessWindow& window = port.Show();
+    int chosen = -1;
+    const std::vector<PopupItem> items{{"Learn"}, {"Forget", false}, {"Linked", true, true}};
+    constexpr std::pair<int, int> kCases[] = {{0, 0}, {1, -1}, {2, 2}};
+    for (const auto& [row, expected] : kCases) {
+        chosen = -1;
+        window.MoveTo({100, 200});
+        port.ShowPopupMenu(items, [&](int index) { chosen = index; });
+        ASSERT_NE(port.GetModalGroup(), nullptr);
+        EXPECT_NE(port.GetGroup(0), nullptr);
+        port.ShowPopupMenu(items, {}); // one at a time
+        EXPECT_EQ(port.GetGroup(1), nullptr);
+        window.MoveTo({130, 174 + 10 + row * 18}); // three rows centred on the pointer
+        window.Press();
+        EXPECT_EQ(chosen, expected) << row;
+        EXPECT_EQ(port.GetModalGroup(), nullptr);
+        EXPECT_EQ(port.GetGroup(0), nullptr);
+    }
+    port.ShowPopupMenu(items, [&](int index) { chosen = index; });
+    port.Close();
+    EXPECT_EQ(port.GetGroup(0), nullptr);
+}
+
+TEST(TextLine, IsEditedByKeys)
+{
+    struct Case {
+        std::vector<int> keys;
+        const char* text;
+        std::size_t caret;
+    };
+    const Case kCases[] = {
+        {{}, "12 Hz", 5},
+        {{'4', '4', '0'}, "440", 3}, // replaces what was selected
+        {{kKeyBackspace}, "", 0},
+        {{kKeyLeft, 'x'}, "x12 Hz", 1},
+        {{kKeyRight, 'x'}, "12 Hzx", 6},
+        {{kKeyEnd, kKeyBackspace, kKeyBackspace}, "12 ", 3},
+        {{kKeyHome, kKeyDelete, kKeyDelete, kKeyDelete}, "Hz", 0},
+        {{kKeyHome, kKeyLeft, kKeyBackspace, 'a', kKeyRight, 'b'}, "a1b2 Hz", 3},
+        {{0xe4, 0x1f, kKeyTab}, "12 Hz", 5}, // not ASCII: not taken
+    };
+    for (const Case& c : kCases) {
+        CTextLine line("12 Hz");
+        for (const int key : c.keys)
+            line.Press(key);
+        EXPECT_EQ(line.Text(), c.text);
+        EXPECT_EQ(line.Caret(), c.caret) << c.text;
+    }
+    CTextLine full("");
+    for (int i = 0; i < 100; ++i)
+        full.Press('1');
+    EXPECT_EQ(full.Text().size(), 32u);
+}
+
+class ValueField : public testing::Test {
+protected:
+    ValueField() : knob_(port_.GetRootGroup()->Add(std::make_unique<CControlKnob>(3)))
+    {
+        knob_.SetRect({100, 50, 36, 36});
+        port_.Show();
+        Window().MoveTo({110, 60});
+        Window().Press();
+        Window().Release();
+        port_.TakeLog();
+    }
+
+    void Type(std::string_view text)
+    {
+        for (const char c : text)
+            EXPECT_TRUE(Window().Key(c)); // none of them is the host's
+    }
+    static CHeadlessWindow& Window() { return *CHeadlessWindow::Newest(); }
+    bool IsOpen() const { return port_.GetGroup(0) != nullptr; }
+
+    CTestPort port_;
+    CControlKnob& knob_;
+};
+
+TEST_F(ValueField, TakesAValueTypedAfterEnter)
+{
+    EXPECT_TRUE(Window().Key(kKeyEnter));
+    EXPECT_TRUE(IsOpen());
+    Type("50 %");
+    Window().Key(kKeyEnter);
+    EXPECT_EQ(port_.TakeLog(), "P3 C3=0.5 R3");
+    EXPECT_FALSE(IsOpen());
+    EXPECT_TRUE(knob_.HasFocus());
+    EXPECT_EQ(Window().PixelAt(118, 102), Rgba(65, 65, 65, 0)); // nothing is left of it
+    Window().Key(kKeyEnter);                                    // and once more
+    EXPECT_TRUE(IsOpen());
+    Window().Key(kKeyEnter); // nothing typed, nothing done
+    EXPECT_FALSE(IsOpen());
+    EXPECT_EQ(port_.TakeLog(), "");
+}
+
+TEST_F(ValueField, OpensByDoubleClickWithCtrl)
+{
+    Window().Press(EMouseButton::Left, kModifierCtrl);
+    Window().Release();
+    Window().PressAgain(EMouseButton::Left, kModifierCtrl);
+    Window().Release();
+    EXPECT_EQ(port_.TakeLog(), "P3 R3");
+    EXPECT_TRUE(IsOpen());
+    Type("25");
+    Window().MoveTo({10, 10});
+    Window().Press(); // outside: taken
+    EXPECT_EQ(port_.TakeLog(), "P3 C3=0.25 R3");
+    EXPECT_FALSE(IsOpen());
+}
+
+TEST_F(ValueField, IsGivenUpWithoutATrace)
+{
+    const std::pair<const char*, std::function<void()>> kCases[] = {
+        {"Escape", [&] { Window().Key(kKeyEscape); }},
+        {"the window loses the focus", [&] { Window().Focus(false); }},
+        {"a text that isn't understood, and a press outside",
+         [&] {
+             Window().Focus(true);
+             Window().Key(kKeyBackspace);
+             Window().Key(kKeyBackspace);
+             Type("loud");
+             Window().Key(kKeyEnter);
+             EXPECT_TRUE(IsOpen()); // stays for correction
+             Window().MoveTo({10, 10});
+             Window().Press();
+         }},
+        {"the window is closed", [&] { port_.Close(); }},
+        {"its control goes",
+         [&] {
+             port_.RemoveControl(&knob_);
+             Window().Key(kKeyEnter);
+         }},
+    };
+    for (const auto& [what, end] : kCases) {
+        EXPECT_TRUE(port_.Open(7));
+        port_.OpenValueField(knob_);
+        EXPECT_TRUE(IsOpen()) << what;
+        Type("99");
+        port_.TakeLog();
+        end();
+        EXPECT_FALSE(IsOpen()) << what;
+        EXPECT_EQ(port_.TakeLog().find('C'), std::string::npos) << what;
+        EXPECT_EQ(port_.GetModalGroup(), nullptr) << what;
+    }
+}
+
+} // namespace
+} // namespace keldra
