@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <thread>
 #include <utility>
 
 #include "frame/PluginInstance.h"
@@ -302,24 +303,48 @@ void CPluginRenderer::ChangeSampleRate(double hz)
 
 void CPluginRenderer::ChangeProgram(const ProgramValues& change)
 {
-    loadsBegun_.fetch_add(1);
-    for (int index = 0; index < kParameterCount; ++index) {
-        auto& value = records_[static_cast<std::size_t>(index)].value;
-        if (change.Sets(index))
-            value.store(change.values[static_cast<std::size_t>(index)]);
-        else if (change.Resets() && index < kFirstControllerLink)
-            value.store(GetParameterDefault(index));
-    }
-    loadsEnded_.fetch_add(1);
-
+    StoreProgram(change);
     if (gate_.CallerOwnsEngine()) {
         ApplyProgram(change);
-        AgreeWithStored();
         return;
     }
     changes_.CollectRetired();
     auto copy = std::make_unique<ProgramValues>(change);
     RequestChange({EngineChange::EKind::Program, 0, 0.0f, copy.release()});
+}
+
+// Two loads at once would leave a mixture of their values. Control threads take turns; the owner of
+// the engine (a program change by MIDI) can't wait for one, so the control thread stores again: its
+// load is then the later one.
+void CPluginRenderer::StoreProgram(const ProgramValues& program)
+{
+    loadsBegun_.fetch_add(1);
+    if (gate_.CallerOwnsEngine()) {
+        ownerStores_.fetch_add(1);
+        StoreValues(program);
+        ownerStores_.fetch_add(1);
+    } else {
+        const std::lock_guard turn(controlLoads_);
+        for (;;) {
+            const std::uint32_t before = ownerStores_.load();
+            StoreValues(program);
+            if (before % 2 == 0 && ownerStores_.load() == before)
+                break;
+            std::this_thread::yield();
+        }
+    }
+    loadsEnded_.fetch_add(1);
+}
+
+void CPluginRenderer::StoreValues(const ProgramValues& program)
+{
+    for (int index = 0; index < kParameterCount; ++index) {
+        auto& value = records_[static_cast<std::size_t>(index)].value;
+        if (program.Sets(index))
+            value.store(program.values[static_cast<std::size_t>(index)]);
+        else if (program.Resets() && index < kFirstControllerLink)
+            value.store(GetParameterDefault(index));
+    }
 }
 
 void CPluginRenderer::ResetProgram()
@@ -328,17 +353,21 @@ void CPluginRenderer::ResetProgram()
     SetProgramName("<noname>");
 }
 
+bool CPluginRenderer::TryCopyValues(std::span<float, kParameterCount> values) const
+{
+    const std::uint32_t ended = loadsEnded_.load();
+    const std::uint32_t begun = loadsBegun_.load();
+    for (int index = 0; index < kParameterCount; ++index)
+        values[static_cast<std::size_t>(index)] = GetParameter(index);
+    return begun == ended && loadsBegun_.load() == begun;
+}
+
 void CPluginRenderer::CopyValues(std::span<float, kParameterCount> values) const
 {
     // Bounded: if loads never pause, a mixture is better than a host that hangs in a save.
-    for (int attempt = 0; attempt < 1000; ++attempt) {
-        const std::uint32_t ended = loadsEnded_.load();
-        const std::uint32_t begun = loadsBegun_.load();
-        for (int index = 0; index < kParameterCount; ++index)
-            values[static_cast<std::size_t>(index)] = GetParameter(index);
-        if (begun == ended && loadsBegun_.load() == begun)
+    for (int attempt = 0; attempt < 1000; ++attempt)
+        if (TryCopyValues(values))
             return;
-    }
 }
 
 void CPluginRenderer::RequestChange(const EngineChange& change)
@@ -428,7 +457,19 @@ void CPluginRenderer::ApplyProgram(const ProgramValues& program)
             ApplyParameter(index, GetParameterDefault(index));
     for (int index = 0; index < kParameterCount; ++index)
         if (program.Sets(index))
-            Follow(index, program.values[static_cast<std::size_t>(index)]);
+            ApplyParameter(index, program.values[static_cast<std::size_t>(index)]);
+
+    // As in ApplyAgreed the stored values count; but not while another program is being stored,
+    // which will be the next change: a part of it would be applied.
+    std::array<float, kParameterCount> stored;
+    if (!TryCopyValues(stored))
+        return;
+    for (int index = 0; index < kParameterCount; ++index) {
+        const float value = stored[static_cast<std::size_t>(index)];
+        if (program.Sets(index) &&
+            !SameBits(value, program.values[static_cast<std::size_t>(index)]))
+            ApplyParameter(index, value);
+    }
 }
 
 void CPluginRenderer::ApplyPending()

@@ -6,6 +6,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <optional>
 #include <span>
 #include <string_view>
@@ -137,6 +138,10 @@ public:
     /// All parameters to their defaults, the name to "<noname>". Any thread.
     void ResetProgram();
 
+    /// Tells the host of a parameter that the plug-in moved: at once, or when the caller has the
+    /// engine, as soon as it is let go. Any thread.
+    void ReportAutomation(int index, float value);
+
     void SetHostWrapper(CPluginWrapper* wrapper) { hostWrapper_ = wrapper; }
     [[nodiscard]] CPluginWrapper* HostWrapper() const { return hostWrapper_; }
     void SetEditor(CEditorPort* editor) { editor_ = editor; }
@@ -153,9 +158,6 @@ protected:
     /// Has a change applied in its turn: now when the caller has or can take the engine, else
     /// before the next processing operation. Any thread; waits only while processing is off.
     void RequestChange(const EngineChange& change);
-
-    /// Tells the host of a parameter that the engine moved, as soon as the engine is let go.
-    void ReportAutomation(int index, float value);
 
     /// All 156 values as one program, not a mixture of two that another thread is loading.
     void CopyValues(std::span<float, kParameterCount> values) const;
@@ -209,7 +211,11 @@ private:
 
     [[nodiscard]] static bool IsStored(int index) { return index >= 0 && index < kParameterCount; }
     void Apply(const EngineChange& change);
+    void StoreProgram(const ProgramValues& program);
+    void StoreValues(const ProgramValues& program);
     void ApplyProgram(const ProgramValues& program);
+    /// @return false when a program was being stored meanwhile
+    bool TryCopyValues(std::span<float, kParameterCount> values) const;
     void Follow(int index, float value);
     void AgreeWithStored();
     void ApplyPending();
@@ -240,6 +246,8 @@ private:
     std::array<float, kKeyCount> keyboardPlayed_{};
     std::atomic<std::uint32_t> loadsBegun_{0}; ///< program loads that began to store values
     std::atomic<std::uint32_t> loadsEnded_{0};
+    std::atomic<std::uint32_t> ownerStores_{0}; ///< odd while the engine's owner stores a program
+    std::mutex controlLoads_; ///< control threads among themselves while they store a program
     std::array<float, kParameterCount> followed_{}; ///< values the engine was last told
     std::bitset<kParameterCount> touched_;          ///< told since it last agreed with the stored
     CEditorFeedback feedback_;
