@@ -30,6 +30,8 @@ enum class EFileRead {
 [[nodiscard]] EFileRead ReadWholeFile(std::string_view path, std::size_t limit,
                                       std::vector<std::byte>& content);
 
+[[nodiscard]] bool FileExists(std::string_view path); ///< of any kind, links followed
+
 /// Writes a file whole or not at all: whatever happens on the way (disk full, process killed, power
 /// lost), the path holds either all of the new content or exactly what was there before. Written
 /// beside, flushed to the disk, then renamed over. An existing file keeps its permissions, and a

@@ -115,6 +115,12 @@ EFileRead ReadWholeFile(std::string_view path, std::size_t limit, std::vector<st
     return EFileRead::Ok;
 }
 
+bool FileExists(std::string_view path)
+{
+    struct stat status {};
+    return !HoldsNul(path) && ::stat(std::string(path).c_str(), &status) == 0;
+}
+
 bool WriteWholeFile(std::string_view path, std::span<const std::byte> content)
 {
     if (path.empty() || HoldsNul(path))

@@ -1,0 +1,276 @@
+#include "presets/PresetList.h"
+
+#include <gtest/gtest.h>
+
+#include "presets/FileList.h"
+#include "presets/LibraryFolder.h"
+#include "tests/presets/PresetRig.h"
+
+namespace keldra::test {
+namespace {
+
+using Names = std::vector<std::string>;
+
+TEST(FileList, TakesWhatPassesAFilterOfItsKind)
+{
+    struct Case {
+        const char* what;
+        std::vector<std::pair<const char*, bool>> filters; ///< extension, for folders
+        Names accepted;
+    };
+    const std::vector<std::pair<std::string, bool>> found = {
+        {"/l/a.keldra", false}, {"/l/b.fxp", false},
+        {"/l/c.FXP", false},    {"/l/d", false},
+        {"/l.fxp/e", false},    {"/l/bank", true},
+        {"/l/f.fxp", true},     {"/l/.", true},
+        {"/l/..", true},        {"/l/" + std::string(1020, 'x') + ".fxp", false},
+    };
+    const Case kCases[] = {
+        {"programs", {{"keldra", false}, {"fxp", false}}, {"a", "b"}},
+        {"banks", {{"", true}}, {"bank", "f"}},
+        {"any file", {{"", false}}, {"a", "b", "c", "d", "e"}},
+        {"no filter", {}, {"a", "b", "c", "d", "e", "bank", "f"}},
+    };
+    for (const Case& row : kCases) {
+        CFileList list;
+        for (const auto& [extension, folders] : row.filters)
+            list.AddFilter(extension, folders);
+        for (const auto& [path, isFolder] : found)
+            list.Add(path, isFolder);
+        Names names;
+        for (int i = 0; i < list.Count(); ++i)
+            names.emplace_back(list.DisplayName(i));
+        EXPECT_EQ(names, row.accepted) << row.what;
+    }
+    CFileList list;
+    EXPECT_FALSE(list.Scan(""));
+    EXPECT_FALSE(list.Scan("/nowhere at all"));
+    EXPECT_EQ(list.DisplayName(0), "");
+    EXPECT_EQ(list.DisplayName(-1), "");
+}
+
+TEST(LibraryFolder, FollowsTheSettingsInTheirOrder)
+{
+    const CTemporaryFolder folder;
+    const std::string product = "[Software\\Tallowen\\Keldra]\nrootFolder = ";
+    const std::string shared = "[Software\\Tallowen\\Shared\\Paths]\nShared Data = ";
+    struct Case {
+        const char* what;
+        std::string user, machine;
+        EHostKind host;
+        std::string module, library;
+    };
+    const Case kCases[] = {
+        {"nothing set", "", "", EHostKind::Vst, "/module/", "/module/Banks"},
+        {"module unknown", "", "", EHostKind::Vst, "",
+         "/Library/Application Support/Tallowen/Banks"},
+        {"the user's root folder", product + "/user", product + "/machine", EHostKind::Vst,
+         "/module/", "/user/Banks"},
+        {"the machine's", "", product + "/machine/", EHostKind::Vst, "/module/", "/machine/Banks"},
+        {"the native host keeps to the module", product + "/user", "", EHostKind::Native,
+         "/module/", "/module/Banks"},
+        {"shared data before any root folder", product + "/user\n" + shared + "/shared", "",
+         EHostKind::Vst, "/module/", "/shared/Keldra"},
+        {"shared data of the machine isn't asked", "", shared + "/shared", EHostKind::Native,
+         "/module/", "/module/Banks"},
+    };
+    for (const Case& row : kCases) {
+        const CSettingsStore settings({folder.Write("user", row.user)},
+                                      {folder.Write("machine", row.machine)});
+        EXPECT_EQ(FindLibraryFolder(settings, FindRootFolder(settings, row.host, row.module)),
+                  row.library)
+            << row.what;
+    }
+}
+
+TEST(PresetList, ListsBanksAndProgramsInNaturalOrder)
+{
+    const CPresetRig rig;
+    EXPECT_EQ(rig.Current(), "<user>/<noname> ");
+    EXPECT_EQ(rig.Presets().GetLists().banks, (Names{"Basses", "leads", "Xtra"}));
+    EXPECT_EQ(rig.Selected(), "-/-");
+    EXPECT_TRUE(rig.Presets().SelectBank(0));
+    EXPECT_EQ(rig.Presets().GetLists().programs, (Names{"Bass 9", "Bass 10", "Deep.old"}));
+    EXPECT_EQ(rig.Selected(), "Basses/Bass 9");
+    EXPECT_EQ(rig.Current(), "Basses/Bass 9 Bass 9.keldra");
+    rig.Presets().ScanBanks();
+    EXPECT_EQ(rig.Selected(), "-/-");
+    EXPECT_EQ(rig.Current(), "Basses/Bass 9 Bass 9.keldra") << "the names stay";
+}
+
+TEST(PresetList, SelectionAnswersWhetherItMoved)
+{
+    const CPresetRig rig;
+    CPresetList& presets = rig.Presets();
+    struct Step {
+        const char* what;
+        bool (CPresetList::*select)(int);
+        int index;
+        bool moved;
+        const char *selected, *current;
+    };
+    constexpr auto kBank = &CPresetList::SelectBank;
+    constexpr auto kProgram = &CPresetList::SelectProgram;
+    constexpr Step kSteps[] = {
+        {"no bank yet", kProgram, 0, false, "-/-", "<user>/<noname> "},
+        {"below the list", kBank, -1, false, "-/-", "<user>/<noname> "},
+        {"beyond it", kBank, 3, false, "-/-", "<user>/<noname> "},
+        {"first bank", kBank, 0, true, "Basses/Bass 9", "Basses/Bass 9 Bass 9.keldra"},
+        {"same program", kProgram, 0, false, "Basses/Bass 9", "Basses/Bass 9 Bass 9.keldra"},
+        {"last program", kProgram, 2, true, "Basses/Deep.old", "Basses/Deep.old Deep.old.fxp"},
+        {"beyond", kProgram, 3, false, "Basses/Deep.old", "Basses/Deep.old Deep.old.fxp"},
+        {"same bank", kBank, 0, false, "Basses/Bass 9", "Basses/Bass 9 Bass 9.keldra"},
+        {"empty bank", kBank, 2, true, "Xtra/-", "Xtra/Bass 9 Bass 9.keldra"},
+        {"nothing in it", kProgram, 0, false, "Xtra/-", "Xtra/Bass 9 Bass 9.keldra"},
+        {"another bank", kBank, 1, true, "leads/Bright", "leads/Bright Bright.keldra"},
+    };
+    for (const Step& step : kSteps) {
+        EXPECT_EQ((presets.*step.select)(step.index), step.moved) << step.what;
+        EXPECT_EQ(rig.Selected(), step.selected) << step.what;
+        EXPECT_EQ(rig.Current(), step.current) << step.what;
+    }
+}
+
+TEST(PresetList, NextAndPreviousStopAtTheEnds)
+{
+    const CPresetRig rig;
+    CPresetList& presets = rig.Presets();
+    EXPECT_FALSE(presets.NextProgram()) << "no bank";
+    presets.SelectBank(0);
+    EXPECT_FALSE(presets.PreviousProgram());
+    EXPECT_TRUE(presets.NextProgram());
+    EXPECT_TRUE(presets.NextProgram());
+    EXPECT_EQ(rig.Selected(), "Basses/Deep.old");
+    EXPECT_FALSE(presets.NextProgram());
+    EXPECT_EQ(rig.Selected(), "Basses/Deep.old");
+    EXPECT_TRUE(presets.PreviousProgram());
+    EXPECT_EQ(rig.Selected(), "Basses/Bass 10");
+}
+
+TEST(PresetList, FollowsAFileByItsNames)
+{
+    const CPresetRig rig;
+    CPresetList& presets = rig.Presets();
+    struct Case {
+        const char* what;
+        std::string path;
+        const char *selected, *current;
+    };
+    const std::string library = rig.Presets().LibraryFolder();
+    const Case kCases[] = {
+        {"of the library", library + "/Basses/Bass 10.keldra", "Basses/Bass 10",
+         "Basses/Bass 10 Bass 10.keldra"},
+        {"dots in the name", library + "/Basses/Deep.old.fxp", "Basses/Deep.old",
+         "Basses/Deep.old Deep.old.fxp"},
+        {"from outside, a bank of that name, a program of that name", "/other/leads/Soft.fxp",
+         "leads/Soft", "leads/Soft Soft.fxp"},
+        {"from outside, a bank of that name only", "/other/leads/New.fxp", "leads/Bright",
+         "leads/New New.fxp"},
+        {"other case is another name", "/other/Leads/Soft.fxp", "-/-", "Leads/Soft Soft.fxp"},
+        {"from elsewhere", "/tmp/x.fxp", "-/-", "tmp/x x.fxp"},
+        {"without a folder", "x.fxp", "-/-", "<user>/x x.fxp"},
+        {"empty", "", "-/-", "<user>/<noname> "},
+    };
+    for (const Case& row : kCases) {
+        presets.SetCurrentFile(row.path);
+        EXPECT_EQ(rig.Selected(), row.selected) << row.what;
+        EXPECT_EQ(rig.Current(), row.current) << row.what;
+    }
+}
+
+// With names alone, the second of two could never be left by "next": it would lead to itself.
+TEST(PresetList, TellsProgramsOfOneNameApartByTheirPath)
+{
+    const CPresetRig rig;
+    CPresetList& presets = rig.Presets();
+    rig.folder.Write("Library/leads/Bright.fxp", Block(0.3f));
+    presets.SelectBank(1);
+    EXPECT_EQ(presets.GetLists().programs, (Names{"Bright", "Bright", "Soft"}));
+    for (int program = 0; program < 3; ++program) {
+        EXPECT_TRUE(presets.LoadProgram(presets.CurrentPath()));
+        EXPECT_EQ(presets.GetLists().program, program);
+        EXPECT_EQ(presets.NextProgram(), program < 2);
+    }
+}
+
+TEST(PresetList, SeesWhatChangedOnTheDisk)
+{
+    const CPresetRig rig;
+    CPresetList& presets = rig.Presets();
+    presets.SelectBank(1);
+    rig.folder.Write("Library/leads/Ahead.keldra", Block(0.4f));
+    rig.folder.Write("Library/Arps/Up.keldra", Block(0.41f));
+    EXPECT_EQ(presets.GetLists().programs, (Names{"Bright", "Soft"})) << "not by itself";
+    presets.SelectBank(1);
+    EXPECT_EQ(presets.GetLists().programs, (Names{"Ahead", "Bright", "Soft"}));
+    presets.ScanBanks();
+    EXPECT_EQ(presets.GetLists().banks, (Names{"Arps", "Basses", "leads", "Xtra"}));
+
+    // In place: the folder's own time stays, and the size too.
+    presets.SelectBank(2);
+    rig.folder.Write("Library/leads/Soft.keldra", Block(0.42f));
+    presets.ScanBanks();
+    presets.SelectBank(2);
+    const CProcessingOperation operation(*rig.renderer);
+    EXPECT_TRUE(presets.SelectProgramFromMemory(2));
+    EXPECT_EQ(rig.renderer->Values(0, 80), std::set<float>{0.42f});
+}
+
+TEST(PresetList, HostileLibrariesAreSkippedOrEmpty)
+{
+    const CPresetRig rig;
+    std::filesystem::create_symlink("..", rig.folder.Path("Library/round"));
+    std::filesystem::create_symlink("itself", rig.folder.Path("Library/itself"));
+    std::filesystem::create_symlink("gone.keldra", rig.folder.Path("Library/leads/gone.keldra"));
+    rig.folder.Write("Library/bad \xFF name/x.keldra", Block(0.1f));
+    rig.folder.Write("Library/leads/bad \xFF name.keldra", Block(0.1f));
+    rig.folder.Write("Library/leads/folder.keldra/x", "");
+    rig.folder.Write("Library/leads/.hidden.keldra", Block(0.1f));
+    rig.Presets().ScanBanks();
+    EXPECT_EQ(rig.Presets().GetLists().banks, (Names{"Basses", "leads", "round", "Xtra"}));
+    rig.Presets().SelectBank(1);
+    EXPECT_EQ(rig.Presets().GetLists().programs, (Names{"Bright", "Soft"}));
+
+    for (const std::string& folder :
+         {std::string("/nowhere at all"), std::string(), rig.folder.Path("Library/loose.keldra"),
+          "/" + std::string(5000, 'x')}) {
+        CScriptedFileDialogs dialogs;
+        CPresetRenderer renderer(folder, dialogs);
+        CPresetList& presets = renderer.presets;
+        presets.ScanBanks();
+        EXPECT_FALSE(presets.SelectBank(0));
+        EXPECT_FALSE(presets.NextProgram());
+        EXPECT_EQ(presets.CurrentPath(), "");
+        EXPECT_FALSE(presets.LoadProgram(presets.CurrentPath()));
+    }
+}
+
+TEST(PresetList, InstancesShareTheProgramsInMemory)
+{
+    const CPresetRig rig;
+    const std::size_t one = rig.Presets().SharedMemoryBytes();
+    EXPECT_GT(one, 0u);
+    CScriptedFileDialogs dialogs;
+    CPresetRenderer second(rig.Presets().LibraryFolder(), dialogs);
+    CPresetList& presets = second.presets;
+    presets.ScanBanks();
+    EXPECT_LE(presets.SharedMemoryBytes(), one + 64);
+
+    // A program as musicians make them: a third of the values differ from a new one's.
+    std::array<float, kParameterCount> values;
+    for (int i = 0; i < kParameterCount; ++i)
+        values[static_cast<std::size_t>(i)] = i % 3 == 0 && i < 81 ? 0.123f
+                                              : i < 81             ? TableDefault(i)
+                                                                   : -1.0f;
+    std::array<std::byte, kStateSize> block;
+    WriteStateBlock(values, "x", block);
+    for (int i = 0; i < 300; ++i)
+        rig.folder.Write("Library/Many/Some Program " + std::to_string(i) + ".keldra",
+                         {reinterpret_cast<const char*>(block.data()), block.size()});
+    presets.ScanBanks();
+    EXPECT_LT(presets.SharedMemoryBytes() - one, 300 * 200u)
+        << "200 banks of 128 would take more than a few megabytes";
+}
+
+} // namespace
+} // namespace keldra::test

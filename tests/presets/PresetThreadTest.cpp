@@ -1,0 +1,203 @@
+#include <atomic>
+#include <gtest/gtest.h>
+#include <thread>
+
+#include "tests/presets/PresetRig.h"
+
+namespace keldra::test {
+namespace {
+
+/// 2 banks of 8 programs; every value of a program is its number, and the name says it too.
+class CNumberedRig : public CPresetRig {
+public:
+    CNumberedRig()
+    {
+        for (int i = 0; i < 16; ++i)
+            WriteProgram(i);
+        std::filesystem::remove_all(folder.Path("Library/Basses"));
+        std::filesystem::remove_all(folder.Path("Library/leads"));
+        std::filesystem::remove_all(folder.Path("Library/Xtra"));
+        Presets().ScanBanks();
+        Presets().SelectBank(0);
+    }
+    std::string WriteProgram(int i) const
+    {
+        return folder.Write("Library/Bank " + std::to_string(i / 8) + "/" + std::to_string(i) +
+                                ".keldra",
+                            Block(static_cast<float>(i)));
+    }
+
+    /// One block with a MIDI message in its middle.
+    void Midi(int status, int data1, int data2) const
+    {
+        renderer->Queue(16, status, data1, data2);
+        renderer->Process(32);
+    }
+};
+
+void ExpectOneWholeProgram(const CNumberedRig& rig, const char* when)
+{
+    rig.renderer->Process(16); // whatever is still on its way
+    const std::string name = rig.renderer->Name();
+    const float value = static_cast<float>(std::stoi(name));
+    EXPECT_EQ(rig.renderer->Values(), std::set<float>{value}) << when << ", named " << name;
+    EXPECT_EQ(std::set<float>(rig.renderer->applied.begin(), rig.renderer->applied.end()),
+              std::set<float>{value})
+        << when << ": what the engine follows, named " << name;
+    const CPresetList::Lists lists = rig.Presets().GetLists();
+    EXPECT_EQ(rig.Presets().GetCurrent().programName, name) << when;
+    ASSERT_GE(lists.program, 0) << when;
+    EXPECT_EQ(lists.programs.at(static_cast<std::size_t>(lists.program)), name) << when;
+}
+
+TEST(PresetMidi, SelectsBankAndProgramAtItsOwnFrame)
+{
+    const CNumberedRig rig;
+    struct Step {
+        const char* what;
+        int status, data1, data2;
+        const char *selected, *name;
+    };
+    constexpr Step kSteps[] = {
+        {"program of the bank", 0xC0, 3, 0, "Bank 0/3", "3"},
+        {"beyond the bank", 0xC0, 8, 0, "Bank 0/3", "3"},
+        {"bank: its first program", 0xB0, 32, 1, "Bank 1/8", "8"},
+        {"program of that bank", 0xC0, 7, 0, "Bank 1/15", "15"},
+        {"the bank that is selected already", 0xB0, 32, 1, "Bank 1/15", "15"},
+        {"no such bank", 0xB0, 32, 127, "Bank 1/15", "15"},
+    };
+    for (const Step& step : kSteps) {
+        rig.renderer->automated.clear();
+        rig.renderer->log.clear();
+        const std::string before = rig.renderer->Name();
+        rig.Midi(step.status, step.data1, step.data2);
+        EXPECT_EQ(rig.renderer->log, (std::vector<std::string>{"render 16", "render 16"}));
+        EXPECT_EQ(rig.Selected(), step.selected) << step.what;
+        EXPECT_EQ(rig.renderer->Name(), step.name) << step.what;
+        EXPECT_EQ(rig.renderer->automated.size(), before == step.name ? 0u : 74u) << step.what;
+        ExpectOneWholeProgram(rig, step.what);
+    }
+
+    // The program that is selected already isn't loaded again: its edits stay.
+    rig.renderer->SetParameter(kGain, 0.123f);
+    rig.Midi(0xC0, 7, 0);
+    EXPECT_EQ(rig.renderer->GetParameter(kGain), 0.123f);
+}
+
+TEST(PresetMidi, BrokenProgramsAreAnsweredAsFromTheirFiles)
+{
+    const CNumberedRig rig;
+    rig.folder.Write("Library/Bank 0/0.keldra", "xxxx" + Block(1.0f).substr(4));
+    rig.folder.Write("Library/Bank 0/1.keldra", "short");
+    std::filesystem::create_directories(rig.folder.Path("Library/Empty"));
+    rig.Presets().ScanBanks();
+    rig.Presets().SelectBank(0);
+    rig.Midi(0xC0, 2, 0);
+    rig.Midi(0xC0, 1, 0);
+    EXPECT_EQ(rig.renderer->Name(), "2") << "nothing to load: the sound stays";
+    EXPECT_EQ(rig.Selected(), "Bank 0/1");
+    rig.Midi(0xC0, 0, 0);
+    EXPECT_EQ(rig.renderer->Name(), "<noname>");
+    EXPECT_EQ(rig.renderer->GetParameter(kPolyphony), 15.0f) << "rejected: a new program";
+    rig.Midi(0xC0, 3, 0);
+    rig.Midi(0xB0, 32, 2);
+    EXPECT_EQ(rig.Selected(), "Empty/-");
+    EXPECT_EQ(rig.Current(), "Empty/3 3.keldra");
+    EXPECT_EQ(rig.renderer->Name(), "3") << "an empty bank: the sound stays";
+}
+
+// The processing thread is told of programs by MIDI while the UI thread clicks, loads, saves and
+// rescans. No block is ever rendered with a part of a program, and once all is quiet, values, name
+// and selection are those of one program.
+TEST(PresetThread, MidiAndEditorChooseAtTheSameTime)
+{
+    const CNumberedRig rig;
+    std::atomic<bool> stop{false};
+    std::atomic<int> mixtures{0};
+    std::thread processing([&] {
+        unsigned random = 1;
+        while (!stop) {
+            random = random * 196314165u + 907633515u;
+            const int choice = static_cast<int>(random >> 24);
+            if (choice % 4 == 0)
+                rig.Midi(0xB0, 32, choice / 4 % 2);
+            else
+                rig.Midi(0xC0, choice / 4 % 8, 0);
+            // What the engine follows, between two operations of its own thread.
+            const auto& applied = rig.renderer->applied;
+            if (std::set<float>(applied.begin(), applied.end()).size() != 1)
+                ++mixtures;
+        }
+    });
+    CPresetList& presets = rig.Presets();
+    for (int round = 0; round < 400; ++round) {
+        switch (round % 6) {
+        case 0:
+            presets.SelectBank(round / 6 % 2);
+            presets.LoadProgram(presets.CurrentPath());
+            break;
+        case 1:
+            if (presets.NextProgram())
+                presets.LoadProgram(presets.CurrentPath());
+            break;
+        case 2:
+            presets.LoadProgram(rig.folder.Path("Library/Bank 1/12.keldra"));
+            break;
+        case 3:
+            rig.WriteProgram(round % 16);
+            presets.ScanBanks();
+            break;
+        case 4:
+            if (presets.PreviousProgram())
+                presets.LoadProgram(presets.CurrentPath());
+            break;
+        default:
+            EXPECT_EQ(presets.GetLists().banks.size(), 2u);
+            EXPECT_LE(presets.GetCurrent().programName.size(), 2u);
+        }
+    }
+    stop = true;
+    processing.join();
+    EXPECT_EQ(mixtures, 0);
+    presets.SelectBank(0);
+    presets.LoadProgram(presets.CurrentPath());
+    ExpectOneWholeProgram(rig, "at the end");
+}
+
+// The same race ended at once, many times: whoever was later, one of them is whole.
+TEST(PresetThread, WhoeverChoosesLaterIsWhole)
+{
+    const CNumberedRig rig;
+    rig.Presets().LoadProgram(rig.folder.Path("Library/Bank 0/0.keldra"));
+    for (int round = 0; round < 300 && !::testing::Test::HasFailure(); ++round) {
+        std::thread processing([&] { rig.Midi(0xC0, 1 + round % 7, 0); });
+        rig.Presets().LoadProgram(rig.folder.Path("Library/Bank 0/0.keldra"));
+        processing.join();
+        ExpectOneWholeProgram(rig, "after a race");
+    }
+}
+
+// Instances come and go and share the programs in memory.
+TEST(PresetThread, InstancesShareALibraryFromSeveralThreads)
+{
+    const CNumberedRig rig;
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 3; ++thread)
+        threads.emplace_back([&] {
+            for (int round = 0; round < 40; ++round) {
+                CScriptedFileDialogs dialogs;
+                CPresetRenderer renderer(rig.Presets().LibraryFolder(), dialogs);
+                renderer.presets.ScanBanks();
+                renderer.presets.SelectBank(1);
+                EXPECT_TRUE(renderer.presets.LoadProgram(renderer.presets.CurrentPath()));
+                renderer.Queue(0, 0xC0, 5, 0);
+                renderer.Process(16);
+                EXPECT_EQ(renderer.Name(), "13");
+            }
+        });
+    for (std::thread& thread : threads)
+        thread.join();
+}
+
+} // namespace
+} // namespace keldra::test
