@@ -3,6 +3,7 @@
 #include <array>
 #include <cstring>
 #include <map>
+#include <mutex>
 #include <set>
 #include <string>
 #include <vector>
@@ -82,7 +83,11 @@ public:
             applied[static_cast<std::size_t>(index)] = value;
     }
 
-    void AutomateParameter(int index, float value) override { automated[index] = value; }
+    void AutomateParameter(int index, float value) override
+    {
+        const std::lock_guard lock(automatedMutex);
+        automated[index] = value;
+    }
     void BeginEdit(int) override {}
     void EndEdit(int) override {}
     void ShowParameterMenu(int) override {}
@@ -110,6 +115,7 @@ public:
 
     CPresetList presets;
     std::array<float, kParameterCount> applied{};
+    std::mutex automatedMutex;
     std::map<int, float> automated; ///< what the host was told since it was cleared
 };
 
