@@ -19,13 +19,15 @@ namespace keldra {
 }
 
 /// Limits a number; a NaN becomes the lower limit (std::clamp would let it through).
-[[nodiscard]] inline float Clamped(float value, float low, float high)
+[[nodiscard]] constexpr float Clamped(float value, float low, float high)
 {
-    return std::fmin(std::fmax(value, low), high);
+    const float raised = value > low ? value : low; // false for a NaN
+    return raised < high ? raised : high;
 }
-[[nodiscard]] inline double Clamped(double value, double low, double high)
+[[nodiscard]] constexpr double Clamped(double value, double low, double high)
 {
-    return std::fmin(std::fmax(value, low), high);
+    const double raised = value > low ? value : low;
+    return raised < high ? raised : high;
 }
 
 /// 0 for magnitudes below 1e-9 and for what isn't finite: neither denormals, which are slow, nor
