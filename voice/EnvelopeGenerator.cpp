@@ -1,49 +1,34 @@
+// A stage goes from one level to another while its position t goes from 0 to 1. What is left of the
+// way is (1 - t) 10^(kt): a straight line for curve 0; below 0 fast at first, with the end
+// approached smoothly.
+// Test: EnvelopeTest.cpp.
+
 #include "voice/EnvelopeGenerator.h"
 
 #include <cmath>
 #include <numbers>
+
+#include "voice/PairMath.h"
 
 namespace keldra {
 
 namespace {
 
 constexpr double kShortestSeconds = 0.001;
-
-/// How far a stage moves per sample, 1 being the whole stage.
-double StageRate(double seconds, double rateHz)
-{
-    return 1.0 / (std::fmax(kShortestSeconds, seconds) * rateHz);
-}
-
-/// From a at t = 0 to b at t = 1: straight when k is 0; below 0 fast at first, with b approached
-/// smoothly. (1 - t) 10^(kt) is what is left of the way.
-double Curve(double t, double a, double b, double k)
-{
-    if (k == 0.0)
-        return a + (b - a) * t;
-    constexpr double kLog2Of10 = std::numbers::ln10 / std::numbers::ln2;
-    return a + (b - a) * (1.0 - (1.0 - t) * std::exp2(k * kLog2Of10 * t));
-}
-
-/// A stage ends at position 1; a position that is no number, after a nonsensical rate, ends it too.
-bool IsAtEnd(double position)
-{
-    return !(position < 1.0);
-}
+constexpr double kOctavesOf10 = std::numbers::ln10 / std::numbers::ln2;
 
 } // namespace
 
 void CEnvelopeGenerator::Trigger(const Shape& shape, double rateHz, double peak)
 {
-    peak_ = peak;
-    startLevel_ = finished_ ? 0.0 : output_;
-    attackRate_ = StageRate(shape.attackSeconds, rateHz);
-    decayRate_ = StageRate(shape.decaySeconds, rateHz);
-    releaseRate_ = StageRate(shape.releaseSeconds, rateHz);
-    sustainLevel_ = shape.sustain * peak;
-    curveAttack_ = shape.curveAttack;
-    curveDecay_ = shape.curveDecay;
-    curveRelease_ = shape.curveRelease;
+    const auto rate = [rateHz](double seconds) {
+        return 1.0 / (std::fmax(kShortestSeconds, seconds) * rateHz);
+    };
+    const double start = finished_ ? 0.0 : output_;
+    const double sustain = shape.sustain * peak;
+    stages_[kAttack] = {start, peak, rate(shape.attackSeconds), shape.curveAttack * kOctavesOf10};
+    stages_[kDecay] = {peak, sustain, rate(shape.decaySeconds), shape.curveDecay * kOctavesOf10};
+    stages_[kRelease] = {0.0, 0.0, rate(shape.releaseSeconds), shape.curveRelease * kOctavesOf10};
     stage_ = kAttack;
     position_ = 0.0;
     finished_ = false;
@@ -53,7 +38,7 @@ void CEnvelopeGenerator::BeginRelease()
 {
     if (stage_ == kRelease)
         return;
-    releaseStart_ = output_;
+    stages_[kRelease].from = output_;
     stage_ = kRelease;
     position_ = 0.0;
 }
@@ -65,42 +50,46 @@ void CEnvelopeGenerator::MarkFinished()
 
 float CEnvelopeGenerator::Process(int samples)
 {
-    double value = 0.0;
+    const Step step = Advance(samples);
+    return Settle(step, Exp2(DoublePair{step.exponent})[0]);
+}
+
+CEnvelopeGenerator::Step CEnvelopeGenerator::Advance(int samples)
+{
+    const Stage& stage = stages_[stage_];
+    position_ += samples * stage.rate;
+    if (position_ < 1.0)
+        return {stage.from, stage.to, 1.0 - position_, stage.curve * position_};
+    return FinishStage(); // also for a position that is no number, after a nonsensical rate
+}
+
+CEnvelopeGenerator::Step CEnvelopeGenerator::FinishStage()
+{
+    const double reached = stages_[stage_].to;
     switch (stage_) {
     case kAttack:
-        position_ += samples * attackRate_;
-        if (IsAtEnd(position_)) {
-            stage_ = kDecay;
-            position_ = 0.0;
-            value = peak_;
-        } else {
-            value = Curve(position_, startLevel_, peak_, curveAttack_);
-        }
+        stage_ = kDecay;
+        position_ = 0.0;
         break;
     case kDecay:
-        position_ += samples * decayRate_;
-        if (IsAtEnd(position_)) {
-            position_ = 1.0; // stays here: the sustain
-            value = sustainLevel_;
-            if (sustainLevel_ == 0.0) {
-                stage_ = kRelease;
-                finished_ = true;
-            }
-        } else {
-            value = Curve(position_, peak_, sustainLevel_, curveDecay_);
+        position_ = 1.0; // where it stays: the sustain
+        if (reached == 0.0) {
+            stage_ = kRelease;
+            finished_ = true;
         }
         break;
     case kRelease:
-        position_ += samples * releaseRate_;
-        if (IsAtEnd(position_)) {
-            position_ = 1.0;
-            finished_ = true;
-        } else {
-            value = Curve(position_, releaseStart_, 0.0, curveRelease_);
-        }
+        position_ = 1.0;
+        finished_ = true;
         break;
     }
-    output_ = std::fmax(0.0, value); // 0 for a value that is no number
+    return {reached, reached, 0.0, 0.0};
+}
+
+float CEnvelopeGenerator::Settle(const Step& step, double power)
+{
+    const double value = step.from + (step.to - step.from) * (1.0 - step.left * power);
+    output_ = value > 0.0 ? value : 0.0; // 0 for a value that is no number
     return static_cast<float>(output_);
 }
 

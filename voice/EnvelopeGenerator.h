@@ -25,24 +25,32 @@ public:
     /// Advances by n samples and answers the new output, never below 0.
     float Process(int samples);
 
+    /// The same in two halves, for who has several exponentials to work out at once: 2 to the power
+    /// of `exponent` is what Settle needs.
+    struct Step {
+        double from, to; ///< of the stage
+        double left;     ///< of the way, 1 .. 0, if it were straight
+        double exponent; ///< -30 .. 0
+    };
+    [[nodiscard]] Step Advance(int samples);
+    float Settle(const Step& step, double power);
+
     [[nodiscard]] bool IsFinished() const { return finished_; }
 
 private:
     enum EStage { kAttack, kDecay, kRelease };
+    struct Stage {
+        double from = 0.0, to = 0.0;
+        double rate = 0.0;  ///< of the stage per sample
+        double curve = 0.0; ///< in octaves
+    };
 
-    double peak_ = 0.0;
-    double startLevel_ = 0.0;
-    double attackRate_ = 0.0; ///< of the stage per sample, likewise below
-    double decayRate_ = 0.0;
-    double releaseRate_ = 0.0;
-    double sustainLevel_ = 0.0;
+    Step FinishStage();
+
+    Stage stages_[3];
+    EStage stage_ = kAttack;
     double position_ = 0.0; ///< 0 .. 1 within the stage
     double output_ = 0.0;
-    double releaseStart_ = 0.0;
-    double curveAttack_ = 0.0;
-    double curveDecay_ = 0.0;
-    double curveRelease_ = 0.0;
-    EStage stage_ = kAttack;
     bool finished_ = true;
 };
 

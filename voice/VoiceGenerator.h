@@ -6,6 +6,7 @@
 #include "voice/EnvelopeGenerator.h"
 #include "voice/VoiceLfo.h"
 #include "voice/VoicePatch.h"
+#include "voice/kernel/BlockGoals.h"
 #include "voice/kernel/VoiceState.h"
 
 namespace keldra {
@@ -44,9 +45,6 @@ public:
     CVoiceGenerator* next = nullptr; ///< in the engine's pool; not owned
 
 protected:
-    /// Semitones as a MIDI note number: the sum of everything that bends a voice but modulation.
-    /// Double precision, so that a phase increment is rounded only once.
-    [[nodiscard]] double Pitch() const;
     void MoveGlide(int samples);
 
     VoicePatch& patch_;
@@ -64,17 +62,13 @@ public:
     void Reset(float sampleRate) override;
     void PrepareBlock(int samples) override;
 
+    // For the kernel
     [[nodiscard]] VoiceState& State() { return state_; }
+    [[nodiscard]] BlockGoals& Goals() { return goals_; } ///< of the block that is to be rendered
 
 private:
-    struct Modulation;
-
-    [[nodiscard]] Modulation Modulate(float eg, float lfo) const;
-    void SetUpOutput(float amplitude, float lfo, float perSample);
-    void SetUpOscillators(double pitch, const Modulation& modulation, float perSample);
-    void SetUpFilter(double pitch, double modulation);
-
     VoiceState state_{};
+    BlockGoals goals_{};
     CEnvelopeGenerator ampEnv_;
     CEnvelopeGenerator modEnv_;
     CVoiceLfo lfo_;

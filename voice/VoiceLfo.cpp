@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cmath>
-#include <numbers>
 
+#include "voice/PairMath.h"
 #include "voice/VoiceRandom.h"
 
 namespace keldra {
@@ -59,7 +59,8 @@ float CVoiceLfo::Process(double rateHz, double tempo, int samples)
     const double before = phase_;
     if (std::isfinite(advance)) // a tempo or rate without meaning must not stay in the phase
         phase_ += advance;
-    phase_ -= std::floor(phase_);
+    if (!(phase_ >= 0.0 && phase_ < 1.0))
+        phase_ -= std::floor(phase_);
 
     switch (shape_) {
     case kSaw:
@@ -69,7 +70,7 @@ float CVoiceLfo::Process(double rateHz, double tempo, int samples)
     case kTriangle:
         return static_cast<float>(2.0 * (phase_ < 0.5 ? phase_ : 1.0 - phase_));
     case kSine:
-        return static_cast<float>(std::sin(2.0 * std::numbers::pi * phase_));
+        return static_cast<float>(SineOfCycle(phase_));
     case kRandom:
         if (phase_ < before)
             held_ = DrawHeldValue();

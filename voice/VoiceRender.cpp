@@ -54,11 +54,14 @@ unsigned PatchFeatures(const VoicePatch& patch)
            (patch.sync ? kSync : 0u) | (patch.ring ? kRing : 0u);
 }
 
-/// A free voice that fills up a group may still have an earlier patch's noise and filter mode.
-unsigned VoiceFeatures(const VoiceState& s)
+/// What one voice needs in this block: also a free one, which fills up a group as it was left.
+unsigned VoiceFeatures(const VoiceState& s, const BlockGoals& goals)
 {
-    return (s.noiseLevel != 0.0f || s.noiseLevelStep != 0.0f ? kNoise : 0u) |
-           (s.c3 != 0.0f || s.cx != 0.0f ? kOutputMix : 0u);
+    constexpr float kInaudible = 1e-9f;
+    const bool fresh = goals.perSample > 0.0f;
+    const bool noise = s.noiseLevel >= kInaudible || (fresh && goals.noise >= kInaudible);
+    const bool mix = fresh ? goals.c3 != 0.0f || goals.cx != 0.0f : s.c3 != 0.0f || s.cx != 0.0f;
+    return (noise ? kNoise : 0u) | (mix ? kOutputMix : 0u);
 }
 
 void RenderGroups(const VoiceKernel& kernel, std::span<KeldraGenerator* const> voices, int grouped,
@@ -67,22 +70,28 @@ void RenderGroups(const VoiceKernel& kernel, std::span<KeldraGenerator* const> v
 {
     assert(grouped % kGroup == 0 && grouped + alone <= kMaxKernelVoices);
     VoiceState nobody{};
+    const BlockGoals nothing{};
     KernelJob job;
     job.voiceCount = grouped + alone;
     job.samples = samples;
     job.features = PatchFeatures(patch);
+    job.internalRate = patch.internalRate;
     job.gainSmoothing = patch.gainSmoothing;
     job.left = left;
     job.right = right;
     job.overwrite = overwrite;
     for (int i = 0; i < job.voiceCount; ++i) {
-        VoiceState& state = voices[static_cast<std::size_t>(i)]->State();
-        job.voices[i] = &state;
-        job.features |= VoiceFeatures(state);
+        KeldraGenerator& voice = *voices[static_cast<std::size_t>(i)];
+        job.voices[i] = &voice.State();
+        job.goals[i] = &voice.Goals();
+        job.features |= VoiceFeatures(voice.State(), voice.Goals());
     }
     std::fill(job.voices + job.voiceCount, std::end(job.voices), &nobody);
+    std::fill(job.goals + job.voiceCount, std::end(job.goals), &nothing);
     ShareNoise(job.noise, grouped, alone, samples);
     kernel.render(job);
+    for (KeldraGenerator* voice : voices.first(static_cast<std::size_t>(job.voiceCount)))
+        voice->Goals() = nothing;
 }
 
 } // namespace

@@ -31,131 +31,19 @@
 // - What isn't needed by any voice of a call isn't there: the loop is a template over features.
 // - A sample's sum is kept per lane and added up after the loop.
 //
-// Everything but Render has internal linkage, and nothing inline from outside is called: the linker
-// keeps one copy of such a function for the whole program, perhaps the one for another processor.
 // Test: KernelTest.cpp, and the symbols of the object files.
+
+#pragma once
 
 #include <cstdint>
 
+#include "voice/kernel/BlockSetUp-inl.h"
+#include "voice/kernel/Lanes-inl.h"
 #include "voice/kernel/VoiceKernels.h"
 
 namespace keldra::KELDRA_KERNEL_NAME {
 
-void Render(const KernelJob& job);
-
 namespace {
-
-constexpr int kLanes = KELDRA_KERNEL_LANES;
-constexpr int kQuad = 4;
-
-using Floats [[gnu::vector_size(4 * kLanes)]] = float;
-using Ints [[gnu::vector_size(4 * kLanes)]] = std::int32_t;
-using Words [[gnu::vector_size(4 * kLanes)]] = std::uint32_t;
-using Doubles [[gnu::vector_size(8 * kLanes)]] = double;
-using Quad [[gnu::vector_size(16)]] = float;
-
-using VoiceLanes = VoiceFields<Floats>;
-
-constexpr int kRows = sizeof(VoiceState) / sizeof(Quad);
-static_assert(sizeof(VoiceState) == kRows * sizeof(Quad) &&
-              sizeof(VoiceLanes) == kRows * kQuad * sizeof(Floats));
-
-// --- Lanes ---
-
-[[gnu::always_inline]] inline Floats All(float value)
-{
-    return Floats{} + value;
-}
-
-[[gnu::always_inline]] inline Ints Bits(Floats value)
-{
-    return reinterpret_cast<Ints>(value);
-}
-
-[[gnu::always_inline]] inline Floats FromBits(Ints bits)
-{
-    return reinterpret_cast<Floats>(bits);
-}
-
-/// All bits set in the lanes of negative numbers.
-[[gnu::always_inline]] inline Ints NegativeMask(Floats value)
-{
-    return Bits(value) >> 31;
-}
-
-[[gnu::always_inline]] inline Floats SmallerOfThisAndZero(Floats value)
-{
-    const Floats zero{};
-    return value < zero ? value : zero;
-}
-
-/// A negated phase that has risen, brought back below 0 by a cycle where it left.
-[[gnu::always_inline]] inline Floats Wrapped(Floats phase)
-{
-#if defined(__SSE2__) && !defined(__SSE4_1__)
-    // No minimum of signed integers yet: -1 where the sign says so.
-    return phase + FromBits(~NegativeMask(phase) & Bits(All(-1.0f)));
-#else
-    const Ints here = Bits(phase);
-    const Ints cycleBelow = Bits(phase - 1.0f);
-    return FromBits(here < cycleBelow ? here : cycleBelow);
-#endif
-}
-
-[[gnu::always_inline]] inline void Transpose(Quad (&rows)[kQuad])
-{
-    const Quad ab01 = __builtin_shufflevector(rows[0], rows[1], 0, 4, 1, 5);
-    const Quad ab23 = __builtin_shufflevector(rows[0], rows[1], 2, 6, 3, 7);
-    const Quad cd01 = __builtin_shufflevector(rows[2], rows[3], 0, 4, 1, 5);
-    const Quad cd23 = __builtin_shufflevector(rows[2], rows[3], 2, 6, 3, 7);
-    rows[0] = __builtin_shufflevector(ab01, cd01, 0, 1, 4, 5);
-    rows[1] = __builtin_shufflevector(ab01, cd01, 2, 3, 6, 7);
-    rows[2] = __builtin_shufflevector(ab23, cd23, 0, 1, 4, 5);
-    rows[3] = __builtin_shufflevector(ab23, cd23, 2, 3, 6, 7);
-}
-
-/// The field'th vector's quad'th part of four lanes.
-[[gnu::always_inline]] inline char* PartOf(VoiceLanes& lanes, int field, int quad)
-{
-    return reinterpret_cast<char*>(&lanes) + field * static_cast<int>(sizeof(Floats)) +
-           quad * static_cast<int>(sizeof(Quad));
-}
-
-/// From a voice's fields in a row to a field's voices in a row.
-void Gather(VoiceState* const* voices, VoiceLanes& lanes)
-{
-    for (int quad = 0; quad < kLanes / kQuad; ++quad) {
-        for (int row = 0; row < kRows; ++row) {
-            Quad block[kQuad];
-            for (int i = 0; i < kQuad; ++i) {
-                const auto* voice = reinterpret_cast<const char*>(voices[kQuad * quad + i]);
-                __builtin_memcpy(&block[i], voice + row * static_cast<int>(sizeof(Quad)),
-                                 sizeof(Quad));
-            }
-            Transpose(block);
-            for (int i = 0; i < kQuad; ++i)
-                __builtin_memcpy(PartOf(lanes, kQuad * row + i, quad), &block[i], sizeof(Quad));
-        }
-    }
-}
-
-/// And back.
-void Scatter(VoiceLanes& lanes, VoiceState* const* voices)
-{
-    for (int quad = 0; quad < kLanes / kQuad; ++quad) {
-        for (int row = 0; row < kRows; ++row) {
-            Quad block[kQuad];
-            for (int i = 0; i < kQuad; ++i)
-                __builtin_memcpy(&block[i], PartOf(lanes, kQuad * row + i, quad), sizeof(Quad));
-            Transpose(block);
-            for (int i = 0; i < kQuad; ++i) {
-                auto* voice = reinterpret_cast<char*>(voices[kQuad * quad + i]);
-                __builtin_memcpy(voice + row * static_cast<int>(sizeof(Quad)), &block[i],
-                                 sizeof(Quad));
-            }
-        }
-    }
-}
 
 // --- The rearranged voice ---
 
@@ -184,34 +72,27 @@ struct Running {
     Floats targetLStep, targetRStep;
 };
 
-/// What the ladder's input and outputs are multiplied by in the rearranged ladder. In double
-/// precision: they go to and fro once a block, and an error of the factor, unlike a rounding, would
-/// do the same to each block, which a filter of low cutoff remembers for many of them.
-struct LadderScale {
-    explicit LadderScale(Floats pOfVoices)
-    {
-        const Doubles p = __builtin_convertvector(pOfVoices, Doubles);
-        x = p - p + kRoot3;
-        y1 = x / p;
-        y2 = y1 / p;
-        y3 = y2 / p;
-        y4 = y3 / p;
-    }
+/// Powers of p. In double precision: the ladder's outputs are divided and multiplied by them once a
+/// block, and an error of the factor, unlike a rounding, would do the same to each block, which a
+/// filter of low cutoff remembers for many of them.
+struct Powers {
+    explicit Powers(Doubles base) : of1(base), of2(base * base), of3(of2 * base), of4(of2 * of2) {}
 
-    Doubles x, y1, y2, y3, y4;
+    Doubles of1, of2, of3, of4;
 };
 
-/// 0 stays 0: the scale is infinite for a filter that was reset and not set up since.
-[[gnu::always_inline]] inline Floats Folded(Floats y, const Doubles& scale)
+/// An output of the ladder as the loop has it. 0 stays 0: a filter that was reset and not set up
+/// since has no 1 / p.
+[[gnu::always_inline]] inline Floats Folded(Floats y, Doubles powerOfInverse)
 {
-    const Doubles folded = __builtin_convertvector(y, Doubles) * scale;
-    return FromBits(Bits(__builtin_convertvector(folded, Floats)) & (y != Floats{}));
+    const Floats folded = Rounded(Widened(y) * (kRoot3 * powerOfInverse));
+    return FromBits(Bits(folded) & (y != Floats{}));
 }
 
-/// `value` / scale, of an output of the ladder or a factor of one.
-[[gnu::always_inline]] inline Floats Unfolded(Floats value, const Doubles& scale)
+/// And back; also a weight of such an output.
+[[gnu::always_inline]] inline Floats Unfolded(Floats u, Doubles power)
 {
-    return __builtin_convertvector(__builtin_convertvector(value, Doubles) / scale, Floats);
+    return Rounded(Widened(u) * (power * (1.0 / kRoot3)));
 }
 
 [[gnu::always_inline]] inline Words LoadNoise(const std::uint32_t* words)
@@ -223,7 +104,8 @@ struct LadderScale {
 
 Running ToRunning(const VoiceLanes& v, const KernelNoise& noise, int firstVoice)
 {
-    const LadderScale scale(v.p);
+    const Powers p(Widened(v.p));
+    const Powers byP(1.0 / p.of1);
     Running run;
     run.phaseA1 = -v.phaseA1;
     run.phaseA2 = -v.phaseA2;
@@ -233,11 +115,11 @@ Running ToRunning(const VoiceLanes& v, const KernelNoise& noise, int firstVoice)
     run.levelB = v.levelB * kFloatRoot3;
     run.noiseLevel = v.noiseLevel * kFloatRoot3;
     run.noise = LoadNoise(noise.state + firstVoice) ^ 0x80000000u;
-    run.x = Folded(v.xOld, scale.x);
-    run.u1 = Folded(v.y1, scale.y1);
-    run.u2 = Folded(v.y2, scale.y2);
-    run.u3 = Folded(v.y3, scale.y3);
-    run.u4 = Folded(v.y4, scale.y4);
+    run.x = v.xOld * kFloatRoot3;
+    run.u1 = Folded(v.y1, byP.of1);
+    run.u2 = Folded(v.y2, byP.of2);
+    run.u3 = Folded(v.y3, byP.of3);
+    run.u4 = Folded(v.y4, byP.of4);
     run.dcState = v.dcState;
     run.targetL = v.targetL;
     run.targetR = v.targetR;
@@ -252,10 +134,10 @@ Running ToRunning(const VoiceLanes& v, const KernelNoise& noise, int firstVoice)
     run.noiseMultiplier = LoadNoise(noise.multiplier + firstVoice);
     run.noiseIncrement = LoadNoise(noise.increment + firstVoice);
     run.k = v.k;
-    run.feedback = Unfolded(v.r * kFloatRoot3, scale.y4);
-    run.weight4 = Unfolded(v.c4, scale.y4);
-    run.weight3 = Unfolded(v.c3, scale.y3);
-    run.weightX = Unfolded(v.cx, scale.x);
+    run.feedback = Rounded(Widened(v.r) * p.of4);
+    run.weight4 = Unfolded(v.c4, p.of4);
+    run.weight3 = Unfolded(v.c3, p.of3);
+    run.weightX = v.cx * kOneByRoot3;
     run.targetLStep = v.targetLStep;
     run.targetRStep = v.targetRStep;
     return run;
@@ -271,7 +153,7 @@ Running ToRunning(const VoiceLanes& v, const KernelNoise& noise, int firstVoice)
 
 void FromRunning(const Running& run, unsigned features, VoiceLanes& v)
 {
-    const LadderScale scale(v.p);
+    const Powers p(Widened(v.p));
     const Floats phaseA1 = -run.phaseA1;
     const Floats phaseB1 = -run.phaseB1;
     v.phaseA2 = features & kPulseA ? -run.phaseA2 : Following(phaseA1, v.phaseA1, v.phaseA2);
@@ -281,11 +163,11 @@ void FromRunning(const Running& run, unsigned features, VoiceLanes& v)
     v.levelA = run.levelA * kOneByRoot3;
     v.levelB = run.levelB * kOneByRoot3;
     v.noiseLevel = run.noiseLevel * kOneByRoot3;
-    v.xOld = Unfolded(run.x, scale.x);
-    v.y1 = Unfolded(run.u1, scale.y1);
-    v.y2 = Unfolded(run.u2, scale.y2);
-    v.y3 = Unfolded(run.u3, scale.y3);
-    v.y4 = Unfolded(run.u4, scale.y4);
+    v.xOld = run.x * kOneByRoot3;
+    v.y1 = Unfolded(run.u1, p.of1);
+    v.y2 = Unfolded(run.u2, p.of2);
+    v.y3 = Unfolded(run.u3, p.of3);
+    v.y4 = Unfolded(run.u4, p.of4);
     v.dcState = run.dcState;
     v.targetL = run.targetL;
     v.targetR = run.targetR;
@@ -298,6 +180,19 @@ void FromRunning(const Running& run, unsigned features, VoiceLanes& v)
 {
     const Floats number = __builtin_convertvector(reinterpret_cast<Ints>(state), Floats);
     return number * kNoiseScale + kNoiseOffset;
+}
+
+/// A negated phase that has risen, brought back below 0 by a cycle where it left.
+[[gnu::always_inline]] inline Floats Wrapped(Floats phase)
+{
+#if defined(__SSE2__) && !defined(__SSE4_1__)
+    // No minimum of signed integers yet: -1 where the sign says so.
+    return phase + FromBits(~NegativeMask(phase) & Bits(All(-1.0f)));
+#else
+    const Ints here = Bits(phase);
+    const Ints cycleBelow = Bits(phase - 1.0f);
+    return FromBits(here < cycleBelow ? here : cycleBelow);
+#endif
 }
 
 /// One internal sample of the voices of one vector.
@@ -340,7 +235,7 @@ template <unsigned features>
     v.levelA += v.levelAStep;
 
     const Floats t = mix - v.feedback * v.u4;
-    const Floats n = SmallerOfThisAndZero(t);
+    const Floats n = NegativePart(t);
     const Floats x = t / (1.0f + n * n);
     const Floats u1 = x + (v.x - v.k * v.u1);
     const Floats u2 = u1 + (v.u1 - v.k * v.u2);
@@ -403,10 +298,10 @@ void Pass(Running* voices, Sums& sums, ESums what, int samples, float gainSmooth
 
 [[gnu::always_inline]] inline Quad SumOfQuads(const Floats& lanes)
 {
-    Quad parts[kLanes / kQuad];
+    Quad parts[kQuads];
     __builtin_memcpy(parts, &lanes, sizeof(lanes));
     Quad sum = parts[0];
-    for (int i = 1; i < kLanes / kQuad; ++i)
+    for (int i = 1; i < kQuads; ++i)
         sum += parts[i];
     return sum;
 }
@@ -452,6 +347,8 @@ struct AllLoops<0, sets...> : LoopTable<sets...> {
 
 } // namespace
 
+void Render(const KernelJob& job);
+
 void Render(const KernelJob& job)
 {
     constexpr int kMaxVectors = kMaxKernelVoices / kLanes;
@@ -459,7 +356,9 @@ void Render(const KernelJob& job)
     Running running[kMaxVectors];
     const int vectors = (job.voiceCount + kLanes - 1) / kLanes;
     for (int i = 0; i < vectors; ++i) {
-        Gather(job.voices + i * kLanes, lanes[i]);
+        Gather<Quad, kVoiceRows>(job.voices + i * kLanes, 0, &lanes[i].levelA);
+        if (AnyFresh(job.goals + i * kLanes))
+            SetUp(lanes[i], GatherGoals(job.goals + i * kLanes), job.internalRate);
         running[i] = ToRunning(lanes[i], job.noise, i * kLanes);
     }
 
@@ -479,7 +378,7 @@ void Render(const KernelJob& job)
 
     for (int i = 0; i < vectors; ++i) {
         FromRunning(running[i], job.features, lanes[i]);
-        Scatter(lanes[i], job.voices + i * kLanes);
+        Scatter<Quad, kVoiceRows>(&lanes[i].levelA, job.voices + i * kLanes);
     }
 }
 

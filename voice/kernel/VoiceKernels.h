@@ -4,6 +4,7 @@
 #include <span>
 #include <string_view>
 
+#include "voice/kernel/BlockGoals.h"
 #include "voice/kernel/VoiceState.h"
 
 namespace keldra {
@@ -32,21 +33,24 @@ struct KernelNoise {
 
 /// The work of one call.
 struct KernelJob {
-    VoiceState* voices[kMaxKernelVoices]; ///< never null: beyond voiceCount any silent state
-    int voiceCount;                       ///< 1 .. kMaxKernelVoices
-    int samples;                          ///< at least 1
-    unsigned features;                    ///< sum of EKernelFeature
-    float gainSmoothing;                  ///< of the way to a gain's target, per sample
+    VoiceState* voices[kMaxKernelVoices];      ///< never null: beyond voiceCount any silent state
+    const BlockGoals* goals[kMaxKernelVoices]; ///< likewise
+    int voiceCount;                            ///< 1 .. kMaxKernelVoices
+    int samples;                               ///< at least 1
+    unsigned features;                         ///< sum of EKernelFeature
+    double internalRate;                       ///< Hz
+    float gainSmoothing;                       ///< of the way to a gain's target, per sample
     KernelNoise noise;
     float* left; ///< `samples` floats each
     float* right;
     bool overwrite; ///< replace what the buffers hold, or add to it
 };
 
-/// Advances the voices and writes the sum of what they sound like.
+/// Has the voices begin a block where goals are new, advances them and writes the sum of what they
+/// sound like. Whatever goals and states hold, the states come out finite one block later.
 using KernelRender = void (*)(const KernelJob&);
 
-/// The same loop compiled for one instruction set.
+/// The same code compiled for one instruction set.
 struct VoiceKernel {
     std::string_view name;
     bool (*runsHere)(); ///< whether this processor has the instructions
