@@ -1,0 +1,199 @@
+#include "platform/x11/WindowLoop.h"
+
+#include <algorithm>
+#include <chrono>
+#include <condition_variable>
+#include <csignal>
+#include <mutex>
+#include <poll.h>
+#include <sys/eventfd.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+
+#include "platform/UiThread.h"
+
+namespace keldra {
+
+namespace {
+
+using CClock = std::chrono::steady_clock;
+constexpr std::chrono::milliseconds kTick{30};
+constexpr std::chrono::milliseconds kPatience{100};
+
+class CLoop {
+public:
+    CLoop() : wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+    ~CLoop()
+    {
+        // At the module's unloading the thread must be out of its code. While the process ends
+        // without having closed its editors, a host may keep it in a call for ever.
+        {
+            const std::lock_guard lock(mutex_);
+            stopping_ = true;
+        }
+        WakeUp();
+        Join(std::chrono::seconds(1));
+        if (thread_.joinable())
+            thread_.detach();
+        else
+            close(wake_);
+    }
+    CLoop(const CLoop&) = delete;
+    CLoop& operator=(const CLoop&) = delete;
+
+    void Add(CWindowLoopMember& member)
+    {
+        members_.push_back(&member);
+        Start();
+        WakeUp();
+    }
+
+    void Remove(CWindowLoopMember& member)
+    {
+        std::erase(members_, &member);
+        WakeUp();
+        if (members_.empty())
+            after_.Post([this] { Join(kPatience); });
+    }
+
+    void WakeUp() const
+    {
+        const std::uint64_t one = 1;
+        // Full only when it has been told four billion times: then it knows.
+        static_cast<void>(!write(wake_, &one, sizeof one));
+    }
+
+    bool IsRunning()
+    {
+        const std::lock_guard lock(mutex_);
+        return running_;
+    }
+
+private:
+    void Start()
+    {
+        std::unique_lock lock(mutex_);
+        if (running_)
+            return; // also one that was about to end: it looks for members first
+        if (thread_.joinable()) { // has ended
+            std::thread done = std::move(thread_);
+            lock.unlock();
+            done.join();
+            lock.lock();
+        }
+        running_ = true;
+        // Signals are the host's: the new thread is born with all of them blocked.
+        sigset_t all;
+        sigset_t before;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &before);
+        thread_ = std::thread([this] { Run(); });
+        pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    }
+
+    /// Waits for a thread that is about to end, unless it is this one.
+    void Join(std::chrono::milliseconds patience)
+    {
+        std::unique_lock lock(mutex_);
+        if (thread_.get_id() == std::this_thread::get_id() || joining_)
+            return;
+        joining_ = true;
+        const bool ended = ended_.wait_for(lock, patience, [this] { return !running_; });
+        joining_ = false;
+        if (!ended || !thread_.joinable())
+            return;
+        std::thread done = std::move(thread_);
+        lock.unlock();
+        done.join();
+    }
+
+    void Run()
+    {
+        CClock::time_point nextTick = CClock::now() + kTick;
+        std::vector<pollfd> files;
+        while (CollectFiles(files)) {
+            const auto left =
+                std::chrono::ceil<std::chrono::milliseconds>(nextTick - CClock::now());
+            poll(files.data(), files.size(), std::max(static_cast<int>(left.count()), 0));
+            std::uint64_t count;
+            static_cast<void>(!read(wake_, &count, sizeof count));
+            const CUiLock lock;
+            ForEach([](CWindowLoopMember& member) { member.ProcessEvents(); });
+            const CClock::time_point now = CClock::now();
+            if (now < nextTick)
+                continue;
+            ForEach([](CWindowLoopMember& member) { member.Tick(); });
+            // What came while a tick waited for an answer was read with it.
+            ForEach([](CWindowLoopMember& member) { member.ProcessEvents(); });
+            nextTick = std::max(nextTick + kTick, now + kTick / 2);
+        }
+    }
+
+    /// @return false when there is nobody left: the thread is over
+    bool CollectFiles(std::vector<pollfd>& files)
+    {
+        const CUiLock uiLock;
+        const std::lock_guard lock(mutex_);
+        if (members_.empty() || stopping_) {
+            running_ = false;
+            ended_.notify_all();
+            return false;
+        }
+        files.assign(1, {wake_, POLLIN, 0});
+        for (const CWindowLoopMember* member : members_)
+            if (member->File() >= 0)
+                files.push_back({member->File(), POLLIN, 0});
+        return true;
+    }
+
+    /// Members may go while they are visited.
+    template <typename Visit>
+    void ForEach(const Visit& visit)
+    {
+        const std::vector<CWindowLoopMember*> members = members_;
+        for (CWindowLoopMember* member : members)
+            if (std::find(members_.begin(), members_.end(), member) != members_.end())
+                visit(*member);
+    }
+
+    const int wake_;
+    std::vector<CWindowLoopMember*> members_; // with the UI lock
+    CHostCalls after_;
+    std::mutex mutex_; // of the rest; taken inside the UI lock
+    std::condition_variable ended_;
+    std::thread thread_;
+    bool running_ = false;
+    bool stopping_ = false;
+    bool joining_ = false;
+};
+
+CLoop& Loop()
+{
+    static CLoop loop;
+    return loop;
+}
+
+} // namespace
+
+void CWindowLoop::Add(CWindowLoopMember& member)
+{
+    Loop().Add(member);
+}
+
+void CWindowLoop::Remove(CWindowLoopMember& member)
+{
+    Loop().Remove(member);
+}
+
+void CWindowLoop::Wake()
+{
+    Loop().WakeUp();
+}
+
+bool CWindowLoop::IsRunning()
+{
+    return Loop().IsRunning();
+}
+
+} // namespace keldra

@@ -1,0 +1,625 @@
+#include <atomic>
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <gtest/gtest.h>
+#include <memory>
+#include <signal.h>
+#include <string>
+#include <sys/wait.h>
+#include <thread>
+#include <unistd.h>
+#include <vector>
+#include <xcb/xtest.h>
+
+#include "platform/UiThread.h"
+#include "platform/Window.h"
+#include "platform/x11/WindowConnection.h"
+#include "platform/x11/WindowLoop.h"
+
+namespace keldra {
+namespace {
+
+using namespace std::chrono_literals;
+
+/// An X server without a screen, for all tests here.
+class CXvfb : public testing::Environment {
+public:
+    void SetUp() override
+    {
+        int ends[2];
+        ASSERT_EQ(pipe(ends), 0);
+        process_ = fork();
+        if (process_ == 0) {
+            close(ends[0]);
+            const std::string file = std::to_string(ends[1]);
+            execlp("Xvfb", "Xvfb", "-displayfd", file.c_str(), "-screen", "0", "1000x700x24",
+                   "-nolisten", "tcp", "-noreset", nullptr);
+            _exit(127);
+        }
+        close(ends[1]);
+        std::string number;
+        for (char c; read(ends[0], &c, 1) == 1 && c != '\n';)
+            number += c;
+        close(ends[0]);
+        ASSERT_FALSE(number.empty()) << "Xvfb did not start";
+        setenv("DISPLAY", std::string(":").append(number).c_str(), 1);
+    }
+    void TearDown() override
+    {
+        kill(process_, SIGTERM);
+        waitpid(process_, nullptr, 0);
+    }
+
+private:
+    pid_t process_ = -1;
+};
+[[maybe_unused]] auto* const kXvfb = testing::AddGlobalTestEnvironment(new CXvfb);
+
+bool Eventually(const std::function<bool()>& condition)
+{
+    for (int i = 0; i < 1000; ++i) {
+        if (condition())
+            return true;
+        std::this_thread::sleep_for(5ms);
+    }
+    return false;
+}
+
+/// Writes down what a window reports. Its fields are read and written with the UI lock held.
+class CRecorder : public CWindowClient {
+public:
+    void OnPointer(const PointerEvent& event) override
+    {
+        pointer.push_back(event);
+        if (onPointer)
+            onPointer(event);
+    }
+    void OnWheelTurn(const WheelEvent& event) override { wheel.push_back(event); }
+    bool OnKey(const KeyEvent& event) override
+    {
+        keys.push_back(event);
+        return event.key == 'x';
+    }
+    void OnFocus(bool focused) override { focus.push_back(focused); }
+    void OnTick() override { ++ticks; }
+    void OnExpose(const PixelRect& area) override
+    {
+        exposed.push_back(area);
+        if (window != nullptr)
+            window->Present({picture.data(), size}, area);
+    }
+    void OnFileDrop(std::string_view path, PixelPoint at) override
+    {
+        dropped = path;
+        droppedAt = at;
+    }
+    void OnCaptureLost() override { ++capturesLost; }
+    void OnWindowLost() override { ++windowsLost; }
+
+    PixelSize size{120, 200};
+    std::vector<std::uint32_t> picture = std::vector<std::uint32_t>(120 * 200, 0x00102030);
+    std::unique_ptr<CNativeWindow> window;
+    std::function<void(const PointerEvent&)> onPointer;
+    std::vector<PointerEvent> pointer;
+    std::vector<WheelEvent> wheel;
+    std::vector<KeyEvent> keys;
+    std::vector<bool> focus;
+    std::vector<PixelRect> exposed;
+    std::string dropped;
+    PixelPoint droppedAt;
+    int ticks = 0;
+    int capturesLost = 0;
+    int windowsLost = 0;
+};
+
+/// A host: a window of its own on a connection of its own, and XTest for the user's hands.
+class CHost {
+public:
+    CHost() : connection_(xcb_connect(nullptr, nullptr))
+    {
+        screen_ = xcb_setup_roots_iterator(xcb_get_setup(connection_.get())).data;
+        window_ = xcb_generate_id(connection_.get());
+        const std::uint32_t values[] = {0, 1, XCB_EVENT_MASK_KEY_PRESS};
+        xcb_create_window(connection_.get(), XCB_COPY_FROM_PARENT, window_, screen_->root, 0, 0, 1,
+                          1, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, screen_->root_visual,
+                          XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values);
+        Sync();
+    }
+
+    [[nodiscard]] NativeHandle Window() const { return window_; }
+    [[nodiscard]] xcb_connection_t* Connection() { return connection_.get(); }
+    [[nodiscard]] const xcb_screen_t& Screen() const { return *screen_; }
+    void Sync() { SyncWithServer(connection_.get()); }
+
+    void Show(PixelPoint at)
+    {
+        const std::uint32_t values[] = {static_cast<std::uint32_t>(at.x),
+                                        static_cast<std::uint32_t>(at.y), 300, 200};
+        xcb_configure_window(connection_.get(), window_, 15, values);
+        xcb_map_window(connection_.get(), window_);
+        Sync();
+    }
+    void Fake(std::uint8_t type, int detail, PixelPoint at = {})
+    {
+        xcb_test_fake_input(connection_.get(), type, static_cast<std::uint8_t>(detail), 0,
+                            screen_->root, static_cast<std::int16_t>(at.x),
+                            static_cast<std::int16_t>(at.y), 0);
+        Sync();
+    }
+    void MoveTo(PixelPoint at) { Fake(XCB_MOTION_NOTIFY, 0, at); }
+    void MoveBy(int dx, int dy) { Fake(XCB_MOTION_NOTIFY, 1, {dx, dy}); }
+    void Press(int button) { Fake(XCB_BUTTON_PRESS, button); }
+    void Release(int button) { Fake(XCB_BUTTON_RELEASE, button); }
+    void Type(int keycode)
+    {
+        Fake(XCB_KEY_PRESS, keycode);
+        Fake(XCB_KEY_RELEASE, keycode);
+    }
+    PixelPoint Pointer()
+    {
+        const CXcbReply<xcb_query_pointer_reply_t> reply(xcb_query_pointer_reply(
+            connection_.get(), xcb_query_pointer(connection_.get(), screen_->root), nullptr));
+        return {reply->root_x, reply->root_y};
+    }
+    std::uint32_t PixelAt(xcb_window_t window, int x, int y)
+    {
+        const CXcbReply<xcb_get_image_reply_t> reply(xcb_get_image_reply(
+            connection_.get(),
+            xcb_get_image(connection_.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, window,
+                          static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), 1, 1, ~0u),
+            nullptr));
+        return reply == nullptr
+                   ? 0xdeadbeef
+                   : *reinterpret_cast<const std::uint32_t*>(xcb_get_image_data(reply.get())) &
+                         0xffffff;
+    }
+    /// The keycode that writes a character without modifiers.
+    int KeycodeOf(xcb_keysym_t keysym)
+    {
+        const xcb_setup_t* setup = xcb_get_setup(connection_.get());
+        const CXcbReply<xcb_get_keyboard_mapping_reply_t> reply(xcb_get_keyboard_mapping_reply(
+            connection_.get(),
+            xcb_get_keyboard_mapping(
+                connection_.get(), setup->min_keycode,
+                static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1)),
+            nullptr));
+        const xcb_keysym_t* keysyms = xcb_get_keyboard_mapping_keysyms(reply.get());
+        for (int code = setup->min_keycode; code <= setup->max_keycode; ++code)
+            if (keysyms[(code - setup->min_keycode) * reply->keysyms_per_keycode] == keysym)
+                return code;
+        return 0;
+    }
+    int KeysReceived() // by the host's own window
+    {
+        int count = 0;
+        Sync();
+        while (const CXcbReply<xcb_generic_event_t> event{xcb_poll_for_event(connection_.get())})
+            count += (event->response_type & 0x7f) == XCB_KEY_PRESS ? 1 : 0;
+        return count;
+    }
+
+private:
+    CXcbConnection connection_;
+    const xcb_screen_t* screen_ = nullptr;
+    xcb_window_t window_ = 0;
+};
+
+class X11Window : public testing::Test {
+protected:
+    ~X11Window() override { Close(); }
+
+    bool Open(NativeHandle parent)
+    {
+        const CUiLock lock;
+        recorder_.window = CNativeWindow::Open(parent, recorder_.size, recorder_);
+        return recorder_.window != nullptr;
+    }
+    void OpenShown()
+    {
+        ASSERT_TRUE(Open(host_.Window()));
+        host_.Show({100, 100});
+        host_.MoveTo({150, 150});
+        EXPECT_TRUE(EventuallyLocked([&] { return !recorder_.exposed.empty(); }));
+    }
+    void Close()
+    {
+        const CUiLock lock;
+        recorder_.window.reset();
+    }
+    bool EventuallyLocked(const std::function<bool()>& condition)
+    {
+        return Eventually([&] {
+            const CUiLock lock;
+            return condition();
+        });
+    }
+    xcb_window_t Handle() const { return static_cast<xcb_window_t>(recorder_.window->Handle()); }
+
+    CHost host_;
+    CRecorder recorder_;
+};
+
+TEST_F(X11Window, ShowsItsPictureInAParentThatWasNeitherSizedNorMapped)
+{
+    recorder_.picture[119 * 200 + 5] = 0xff00aa55; // (5, 0): the rows begin at the bottom
+    OpenShown();
+    EXPECT_TRUE(Eventually([&] { return host_.PixelAt(Handle(), 5, 0) == 0x00aa55; }));
+    EXPECT_EQ(host_.PixelAt(Handle(), 199, 119), 0x102030u);
+    EXPECT_TRUE(EventuallyLocked([&] { return recorder_.ticks > 3; }));
+
+    const CXcbReply<xcb_query_tree_reply_t> tree(xcb_query_tree_reply(
+        host_.Connection(),
+        xcb_query_tree(host_.Connection(), static_cast<xcb_window_t>(host_.Window())), nullptr));
+    EXPECT_EQ(xcb_query_tree_children_length(tree.get()), 1);
+    {
+        const CUiLock lock;
+        recorder_.picture.assign(recorder_.picture.size(), 0x00ffffff);
+        for (int i = 0; i < 50; ++i) // quicker than the server, over and over
+            recorder_.window->Present({recorder_.picture.data(), recorder_.size}, {10, 10, 20, 5});
+    }
+    EXPECT_TRUE(Eventually([&] { return host_.PixelAt(Handle(), 29, 14) == 0xffffff; }));
+    EXPECT_EQ(host_.PixelAt(Handle(), 30, 14), 0x102030u);
+    EXPECT_EQ(host_.PixelAt(Handle(), 29, 15), 0x102030u);
+}
+
+TEST_F(X11Window, OpensInAParentOfAnotherVisual)
+{
+    xcb_visualid_t deep = 0;
+    for (auto depth = xcb_screen_allowed_depths_iterator(&host_.Screen()); depth.rem != 0;
+         xcb_depth_next(&depth))
+        if (depth.data->depth == 32)
+            deep = xcb_depth_visuals_iterator(depth.data).data->visual_id;
+    ASSERT_NE(deep, 0u);
+    xcb_connection_t* connection = host_.Connection();
+    const xcb_colormap_t colormap = xcb_generate_id(connection);
+    const xcb_window_t parent = xcb_generate_id(connection);
+    xcb_create_colormap(connection, 0, colormap, host_.Screen().root, deep);
+    const std::uint32_t values[] = {0, 1, colormap};
+    xcb_create_window(connection, 32, parent, host_.Screen().root, 300, 300, 640, 480, 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, deep,
+                      XCB_CW_BORDER_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_COLORMAP, values);
+    host_.Sync();
+    ASSERT_TRUE(Open(parent));
+    xcb_map_window(connection, parent);
+    host_.Sync();
+    EXPECT_TRUE(Eventually([&] { return host_.PixelAt(Handle(), 5, 5) == 0x102030; }));
+    EXPECT_FALSE(Open(0x7fffff1)); // no such window
+}
+
+TEST_F(X11Window, TellsButtonsWheelAndModifiers)
+{
+    OpenShown();
+    const int shift = host_.KeycodeOf(0xffe1);
+    const int control = host_.KeycodeOf(0xffe3);
+    host_.Press(1);
+    host_.Release(1);
+    host_.Press(1); // at once and at the same place
+    host_.Release(1);
+    host_.Press(1);
+    host_.Release(1);
+    host_.Press(3);
+    host_.Release(3);
+    host_.Fake(XCB_KEY_PRESS, shift);
+    host_.Fake(XCB_KEY_PRESS, control);
+    host_.Press(2);
+    host_.Release(2);
+    for (const int button : {4, 5, 6, 7}) {
+        host_.Press(button);
+        host_.Release(button);
+    }
+    host_.Fake(XCB_KEY_RELEASE, shift);
+    host_.Fake(XCB_KEY_RELEASE, control);
+    ASSERT_TRUE(EventuallyLocked([&] { return recorder_.wheel.size() == 4; }));
+    const CUiLock lock;
+    std::string seen;
+    for (const PointerEvent& event : recorder_.pointer) {
+        if (event.kind == PointerEvent::EKind::Move)
+            continue;
+        seen += "UDd"[event.kind == PointerEvent::EKind::Up     ? 0
+                      : event.kind == PointerEvent::EKind::Down ? 1
+                                                                : 2];
+        seen += "LRM"[static_cast<int>(event.button)];
+        seen += event.modifiers == 3 ? "+ " : " ";
+        EXPECT_EQ(event.at, (PixelPoint{50, 50}));
+    }
+    EXPECT_EQ(seen, "DL UL dL UL DL UL DR UR DM+ UM+ "); // the third press begins anew
+    constexpr float kSteps[] = {1.0f, -1.0f, 1.0f, -1.0f};
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(recorder_.wheel[i].steps, kSteps[i]);
+        EXPECT_EQ(recorder_.wheel[i].horizontal, i >= 2);
+        EXPECT_EQ(recorder_.wheel[i].modifiers, 3u);
+    }
+}
+
+TEST_F(X11Window, DragsWithoutEndWhileTheCursorIsHidden)
+{
+    OpenShown();
+    recorder_.onPointer = [&](const PointerEvent& event) {
+        if (event.kind == PointerEvent::EKind::Down)
+            recorder_.window->BeginCapture(ECaptureCursor::Hidden);
+        if (event.kind == PointerEvent::EKind::Up)
+            recorder_.window->EndCapture();
+    };
+    host_.Press(1);
+    for (int i = 0; i < 300; ++i) { // 3000 pixels up on a screen of 700, 600 to the right
+        host_.MoveBy(2, -10);
+        std::this_thread::sleep_for(1ms);
+    }
+    // What is told is where the pointer would be; not a pixel is lost on the way.
+    EXPECT_TRUE(EventuallyLocked([&] {
+        return recorder_.pointer.back().at == PixelPoint{50 + 600, 50 - 3000};
+    })) << recorder_.pointer.back().at.x
+        << ", " << recorder_.pointer.back().at.y;
+    host_.Release(1);
+    EXPECT_TRUE(Eventually([&] { return host_.Pointer() == PixelPoint{150, 150}; }));
+    host_.MoveTo({160, 150});
+    EXPECT_TRUE(EventuallyLocked([&] {
+        return recorder_.pointer.back().at == PixelPoint{60, 50};
+    }));
+}
+
+TEST_F(X11Window, HearsAPressOutsideWhileItCaptures)
+{
+    OpenShown();
+    {
+        const CUiLock lock;
+        recorder_.window->BeginCapture(ECaptureCursor::Shown);
+    }
+    host_.MoveTo({800, 600});
+    host_.Press(1);
+    host_.Release(1);
+    EXPECT_TRUE(EventuallyLocked([&] {
+        return !recorder_.pointer.empty() &&
+               recorder_.pointer.back().kind == PointerEvent::EKind::Up &&
+               recorder_.pointer.back().at == PixelPoint{700, 500};
+    }));
+    xcb_unmap_window(host_.Connection(), static_cast<xcb_window_t>(host_.Window()));
+    xcb_unmap_window(host_.Connection(), Handle());
+    host_.Sync();
+    EXPECT_TRUE(EventuallyLocked([&] { return recorder_.capturesLost == 1; }));
+}
+
+TEST_F(X11Window, HandsKeysOnThatNobodyWants)
+{
+    OpenShown();
+    host_.Press(1);
+    host_.Release(1);
+    EXPECT_TRUE(EventuallyLocked([&] {
+        recorder_.window->TakeFocus();
+        return !recorder_.focus.empty() && recorder_.focus.back();
+    }));
+    host_.KeysReceived();
+    host_.Type(host_.KeycodeOf('x'));
+    host_.Type(host_.KeycodeOf(' '));
+    host_.Type(host_.KeycodeOf(0xff0d));
+    EXPECT_TRUE(EventuallyLocked([&] { return recorder_.keys.size() == 6; }));
+    int received = 0;
+    EXPECT_TRUE(Eventually([&] { return (received += host_.KeysReceived()) == 2; })) << received;
+    const CUiLock lock;
+    EXPECT_EQ(recorder_.keys[0].key, 'x');
+    EXPECT_EQ(recorder_.keys[2].key, ' ');
+    EXPECT_EQ(recorder_.keys[4].key, kKeyEnter);
+    EXPECT_FALSE(recorder_.keys[5].down);
+}
+
+TEST_F(X11Window, TakesADroppedFile)
+{
+    OpenShown();
+    xcb_connection_t* c = host_.Connection();
+    const XAtoms atoms = InternAtoms(c);
+    const auto source = static_cast<xcb_window_t>(host_.Window());
+    const auto send = [&](EXAtom type, std::uint32_t d1, std::uint32_t d2, std::uint32_t d3,
+                          std::uint32_t d4) {
+        xcb_client_message_event_t message{};
+        message.response_type = XCB_CLIENT_MESSAGE;
+        message.format = 32;
+        message.window = Handle();
+        message.type = atoms[type];
+        const std::uint32_t data[] = {source, d1, d2, d3, d4};
+        std::copy(std::begin(data), std::end(data), message.data.data32);
+        xcb_send_event(c, 0, Handle(), 0, reinterpret_cast<const char*>(&message));
+        host_.Sync();
+    };
+    xcb_set_selection_owner(c, source, atoms[kXdndSelection], XCB_CURRENT_TIME);
+    send(kXdndEnter, 5u << 24, atoms[kUriList], 0, 0);
+    send(kXdndPosition, 0, 130u << 16 | 140u, XCB_CURRENT_TIME, atoms[kXdndActionCopy]);
+    send(kXdndDrop, 0, XCB_CURRENT_TIME, 0, 0);
+    bool accepted = false;
+    bool finished = false;
+    EXPECT_TRUE(Eventually([&] {
+        while (const CXcbReply<xcb_generic_event_t> event{xcb_poll_for_event(c)}) {
+            const int type = event->response_type & 0x7f;
+            if (type == XCB_SELECTION_REQUEST) {
+                const auto& request =
+                    reinterpret_cast<const xcb_selection_request_event_t&>(*event);
+                const std::string text = "# from a test\r\nfile:///tmp/My%20Lead.fxp\r\n";
+                xcb_change_property(c, XCB_PROP_MODE_REPLACE, request.requestor, request.property,
+                                    request.target, 8, static_cast<std::uint32_t>(text.size()),
+                                    text.data());
+                xcb_selection_notify_event_t notify{};
+                notify.response_type = XCB_SELECTION_NOTIFY;
+                notify.requestor = request.requestor;
+                notify.selection = request.selection;
+                notify.target = request.target;
+                notify.property = request.property;
+                xcb_send_event(c, 0, request.requestor, 0, reinterpret_cast<const char*>(&notify));
+                xcb_flush(c);
+            } else if (type == XCB_CLIENT_MESSAGE) {
+                const auto& message = reinterpret_cast<const xcb_client_message_event_t&>(*event);
+                accepted =
+                    accepted || (message.type == atoms[kXdndStatus] && message.data.data32[1] == 1);
+                finished = finished ||
+                           (message.type == atoms[kXdndFinished] && message.data.data32[1] == 1);
+            }
+        }
+        return accepted && finished;
+    }));
+    EXPECT_TRUE(EventuallyLocked([&] { return recorder_.dropped == "/tmp/My Lead.fxp"; }));
+    EXPECT_EQ(recorder_.droppedAt, (PixelPoint{30, 40}));
+}
+
+TEST_F(X11Window, OutlivesItsParentAndItsConnection)
+{
+    OpenShown();
+    xcb_destroy_window(host_.Connection(), static_cast<xcb_window_t>(host_.Window()));
+    host_.Sync();
+    EXPECT_TRUE(EventuallyLocked([&] { return recorder_.windowsLost == 1; }));
+    {
+        const CUiLock lock; // whatever comes now is taken and does nothing
+        EXPECT_EQ(recorder_.window->Handle(), 0u);
+        recorder_.window->Present({recorder_.picture.data(), recorder_.size}, {0, 0, 9, 9});
+        recorder_.window->Resize({50, 50});
+        recorder_.window->BeginCapture(ECaptureCursor::Hidden);
+        recorder_.window->EndCapture();
+        recorder_.window->TakeFocus();
+    }
+    Close();
+
+    ASSERT_TRUE(Open(host_.Screen().root)); // on the desktop
+    xcb_kill_client(host_.Connection(), Handle());
+    host_.Sync();
+    EXPECT_TRUE(EventuallyLocked([&] { return recorder_.windowsLost == 2; }));
+    Close();
+}
+
+std::size_t FilesIn(const char* folder)
+{
+    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
+}
+
+using X11WindowThreads = X11Window;
+
+TEST_F(X11WindowThreads, LeavesNothingBehindInAnyOrder)
+{
+    host_.Show({0, 0});
+    constexpr int kRounds = 100;
+    std::size_t files = 0;
+    for (int round = 0; round < kRounds; ++round) {
+        CRecorder recorders[3];
+        for (CRecorder& recorder : recorders) {
+            const CUiLock lock;
+            recorder.window = CNativeWindow::Open(host_.Window(), recorder.size, recorder);
+            ASSERT_NE(recorder.window, nullptr) << round;
+        }
+        EXPECT_TRUE(CWindowLoop::IsRunning());
+        for (const int which : {round % 3, (round + 1) % 3, (round + 2) % 3}) {
+            const CUiLock lock;
+            recorders[which].window.reset();
+        }
+        EXPECT_FALSE(CWindowLoop::IsRunning()) << round;
+        if (round == 0)
+            files = FilesIn("/proc/self/fd");
+    }
+    EXPECT_EQ(FilesIn("/proc/self/fd"), files);
+    EXPECT_EQ(FilesIn("/proc/self/task"), 1u);
+}
+
+/// An editor as hosts see it: each move of the pointer is a call to the host.
+struct Editor {
+    explicit Editor(NativeHandle parent)
+    {
+        const CUiLock lock;
+        recorder.onPointer = [this](const PointerEvent&) {
+            calls->Post([this] {
+                EXPECT_FALSE(finished.load());
+                if (hostCall)
+                    hostCall();
+            });
+        };
+        recorder.window = CNativeWindow::Open(parent, recorder.size, recorder);
+    }
+    void Close()
+    {
+        {
+            const CUiLock lock;
+            recorder.window.reset();
+        }
+        calls->Finish();
+        finished = true;
+    }
+
+    std::unique_ptr<CHostCalls> calls = std::make_unique<CHostCalls>();
+    std::function<void()> hostCall;
+    std::atomic<bool> finished{false};
+    CRecorder recorder;
+};
+
+TEST_F(X11WindowThreads, ClosesInMidDragWithoutACallAfterwards)
+{
+    host_.Show({0, 0});
+    std::atomic<bool> running{true};
+    std::thread hand([&running] { // the user, all the time
+        CHost user;
+        for (int i = 0; running; ++i) {
+            user.MoveTo({10 + i % 100, 20 + i % 50});
+            if (i % 7 == 0) {
+                user.Press(1);
+                user.Release(1);
+            }
+        }
+    });
+    std::atomic<int> calls{0};
+    std::mutex hostLock;
+    for (int round = 0; round < 150; ++round) {
+        Editor editor(host_.Window());
+        {
+            const CUiLock lock;
+            editor.hostCall = [&] {
+                const std::lock_guard held(hostLock); // as hosts do
+                ++calls;
+            };
+        }
+        const int before = calls;
+        EXPECT_TRUE(Eventually([&] { return calls > before; }));
+        editor.Close();
+    }
+    {
+        // The host closes while it keeps our call waiting: nobody waits for ever.
+        Editor editor(host_.Window());
+        std::atomic<bool> waiting{false};
+        {
+            const CUiLock lock;
+            editor.recorder.onPointer = [&](const PointerEvent&) {
+                editor.calls->Post([&] {
+                    waiting = true;
+                    const std::lock_guard held(hostLock);
+                });
+            };
+        }
+        hostLock.lock();
+        EXPECT_TRUE(Eventually([&] { return waiting.load(); }));
+        {
+            const CUiLock lock;
+            editor.recorder.window.reset();
+        }
+        std::atomic<bool> done{false};
+        std::thread closing([&] {
+            editor.calls->Finish();
+            done = true;
+        });
+        EXPECT_TRUE(Eventually([&] { return done.load(); }));
+        hostLock.unlock();
+        closing.join();
+        EXPECT_TRUE(Eventually([] { return !CWindowLoop::IsRunning(); }));
+    }
+    {
+        // The host closes the editor from inside the call.
+        Editor editor(host_.Window());
+        std::atomic<bool> closed{false};
+        {
+            const CUiLock lock;
+            editor.hostCall = [&] {
+                if (!closed)
+                    editor.Close();
+                closed = true;
+            };
+        }
+        EXPECT_TRUE(Eventually([&] { return closed.load(); }));
+    }
+    running = false;
+    hand.join();
+}
+
+} // namespace
+} // namespace keldra
