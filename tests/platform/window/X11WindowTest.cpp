@@ -4,6 +4,7 @@
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
+#include <mutex>
 #include <signal.h>
 #include <string>
 #include <sys/wait.h>
@@ -234,7 +235,11 @@ protected:
             return condition();
         });
     }
-    xcb_window_t Handle() const { return static_cast<xcb_window_t>(recorder_.window->Handle()); }
+    xcb_window_t Handle() const
+    {
+        const CUiLock lock;
+        return static_cast<xcb_window_t>(recorder_.window->Handle());
+    }
 
     CHost host_;
     CRecorder recorder_;
@@ -495,6 +500,7 @@ TEST_F(X11WindowThreads, LeavesNothingBehindInAnyOrder)
     host_.Show({0, 0});
     constexpr int kRounds = 100;
     std::size_t files = 0;
+    std::size_t threads = 0;
     for (int round = 0; round < kRounds; ++round) {
         CRecorder recorders[3];
         for (CRecorder& recorder : recorders) {
@@ -508,23 +514,24 @@ TEST_F(X11WindowThreads, LeavesNothingBehindInAnyOrder)
             recorders[which].window.reset();
         }
         EXPECT_FALSE(CWindowLoop::IsRunning()) << round;
-        if (round == 0)
+        if (round == 0) {
             files = FilesIn("/proc/self/fd");
+            threads = FilesIn("/proc/self/task");
+        }
     }
     EXPECT_EQ(FilesIn("/proc/self/fd"), files);
-    EXPECT_EQ(FilesIn("/proc/self/task"), 1u);
+    EXPECT_EQ(FilesIn("/proc/self/task"), threads);
 }
 
 /// An editor as hosts see it: each move of the pointer is a call to the host.
 struct Editor {
-    explicit Editor(NativeHandle parent)
+    Editor(NativeHandle parent, std::function<void()> call) : hostCall(std::move(call))
     {
         const CUiLock lock;
         recorder.onPointer = [this](const PointerEvent&) {
             calls->Post([this] {
                 EXPECT_FALSE(finished.load());
-                if (hostCall)
-                    hostCall();
+                hostCall();
             });
         };
         recorder.window = CNativeWindow::Open(parent, recorder.size, recorder);
@@ -549,8 +556,8 @@ TEST_F(X11WindowThreads, ClosesInMidDragWithoutACallAfterwards)
 {
     host_.Show({0, 0});
     std::atomic<bool> running{true};
-    std::thread hand([&running] { // the user, all the time
-        CHost user;
+    CHost user;            // connected here: libXau is not made for two threads at a time
+    std::thread hand([&] { // the user, all the time
         for (int i = 0; running; ++i) {
             user.MoveTo({10 + i % 100, 20 + i % 50});
             if (i % 7 == 0) {
@@ -562,60 +569,48 @@ TEST_F(X11WindowThreads, ClosesInMidDragWithoutACallAfterwards)
     std::atomic<int> calls{0};
     std::mutex hostLock;
     for (int round = 0; round < 150; ++round) {
-        Editor editor(host_.Window());
-        {
-            const CUiLock lock;
-            editor.hostCall = [&] {
-                const std::lock_guard held(hostLock); // as hosts do
-                ++calls;
-            };
-        }
         const int before = calls;
+        Editor editor(host_.Window(), [&] {
+            const std::lock_guard held(hostLock); // as hosts do
+            ++calls;
+        });
         EXPECT_TRUE(Eventually([&] { return calls > before; }));
         editor.Close();
     }
     {
         // The host closes while it keeps our call waiting: nobody waits for ever.
-        Editor editor(host_.Window());
         std::atomic<bool> waiting{false};
-        {
-            const CUiLock lock;
-            editor.recorder.onPointer = [&](const PointerEvent&) {
-                editor.calls->Post([&] {
-                    waiting = true;
-                    const std::lock_guard held(hostLock);
-                });
-            };
-        }
+        std::atomic<bool> returned{false};
         hostLock.lock();
+        Editor editor(host_.Window(), [&] {
+            if (waiting.exchange(true))
+                return;
+            const std::lock_guard held(hostLock);
+            returned = true;
+        });
         EXPECT_TRUE(Eventually([&] { return waiting.load(); }));
         {
             const CUiLock lock;
             editor.recorder.window.reset();
         }
-        std::atomic<bool> done{false};
-        std::thread closing([&] {
-            editor.calls->Finish();
-            done = true;
-        });
-        EXPECT_TRUE(Eventually([&] { return done.load(); }));
+        editor.calls->Finish();
+        EXPECT_FALSE(returned);
         hostLock.unlock();
-        closing.join();
-        EXPECT_TRUE(Eventually([] { return !CWindowLoop::IsRunning(); }));
+        EXPECT_TRUE(Eventually([&] { return returned && !CWindowLoop::IsRunning(); }));
     }
     {
         // The host closes the editor from inside the call.
-        Editor editor(host_.Window());
         std::atomic<bool> closed{false};
-        {
-            const CUiLock lock;
-            editor.hostCall = [&] {
-                if (!closed)
-                    editor.Close();
+        std::atomic<Editor*> self{nullptr};
+        Editor editor(host_.Window(), [&] {
+            if (Editor* const made = self.exchange(nullptr)) {
+                made->Close(); // makes what is left in the queue, which finds nothing to do
                 closed = true;
-            };
-        }
+            }
+        });
+        self = &editor;
         EXPECT_TRUE(Eventually([&] { return closed.load(); }));
+        EXPECT_TRUE(Eventually([] { return !CWindowLoop::IsRunning(); }));
     }
     running = false;
     hand.join();
