@@ -1,5 +1,7 @@
 #include "effects/Chorus.h"
 
+#include <algorithm>
+
 #include "effects/Sample.h"
 
 namespace keldra {
@@ -19,6 +21,12 @@ constexpr LineRow kLines[] = {
     {1.0, 0.778, 0.689}, // right
 };
 constexpr double kLineSeconds = 0.02f; // single precision, which decides some lengths
+
+void Run(CTapeDelay& line, const float* input, float* output, int samples)
+{
+    line.Play(output, samples);
+    line.Record(input, output, samples);
+}
 
 } // namespace
 
@@ -82,17 +90,25 @@ void CChorus::Process(float* left, float* right, int frames)
 {
     if (!enabled_ || lines_[0] == nullptr)
         return;
-    // Side by side, so that the processor works on one line while another waits for a result.
-    CTapeDelay::CPass leftLine(*lines_[0]);
-    CTapeDelay::CPass middleLine(*lines_[1]);
-    CTapeDelay::CPass rightLine(*lines_[2]);
-    for (int i = 0; i < frames; ++i) {
-        const float mono = left[i] + right[i];
-        const float toLeft = leftLine.Process(mono);
-        const float toRight = rightLine.Process(mono);
-        const float toBoth = middleLine.Process(mono);
-        left[i] += toLeft + toBoth;
-        right[i] += toBoth + toRight;
+    while (frames > 0) {
+        const int n = std::min({frames, lines_[0]->StretchLimit(), lines_[1]->StretchLimit(),
+                                lines_[2]->StretchLimit()});
+        float mono[kMaxStretch];
+        for (int i = 0; i < n; ++i)
+            mono[i] = left[i] + right[i];
+        float toLeft[kMaxStretch];
+        float toBoth[kMaxStretch];
+        float toRight[kMaxStretch];
+        Run(*lines_[0], mono, toLeft, n);
+        Run(*lines_[1], mono, toBoth, n);
+        Run(*lines_[2], mono, toRight, n);
+        for (int i = 0; i < n; ++i) {
+            left[i] += toLeft[i] + toBoth[i];
+            right[i] += toBoth[i] + toRight[i];
+        }
+        left += n;
+        right += n;
+        frames -= n;
     }
 }
 

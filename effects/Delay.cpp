@@ -1,5 +1,6 @@
 #include "effects/Delay.h"
 
+#include <algorithm>
 #include <cmath>
 
 #include "effects/Sample.h"
@@ -124,12 +125,24 @@ void CDelay::Process(float* left, float* right, int frames)
 {
     if (!enabled_ || lines_[kLeft] == nullptr)
         return;
-    // Side by side, so that the processor works on one line while the other waits for a result.
-    CTapeDelay::CPass leftLine(*lines_[kLeft]);
-    CTapeDelay::CPass rightLine(*lines_[kRight]);
-    for (int i = 0; i < frames; ++i) {
-        left[i] += leftLine.Process(left[i]);
-        right[i] += rightLine.Process(right[i]);
+    CTapeDelay& leftLine = *lines_[kLeft];
+    CTapeDelay& rightLine = *lines_[kRight];
+    while (frames > 0) {
+        const int n = std::min({frames, leftLine.StretchLimit(), rightLine.StretchLimit()});
+        float leftEcho[kMaxStretch];
+        float rightEcho[kMaxStretch];
+        leftLine.Play(leftEcho, n);
+        rightLine.Play(rightEcho, n);
+        CTapeDelay::FilterBoth(leftLine, rightLine, leftEcho, rightEcho, n);
+        leftLine.Record(left, leftEcho, n);
+        rightLine.Record(right, rightEcho, n);
+        for (int i = 0; i < n; ++i) {
+            left[i] += leftEcho[i];
+            right[i] += rightEcho[i];
+        }
+        left += n;
+        right += n;
+        frames -= n;
     }
 }
 

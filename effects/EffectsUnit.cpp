@@ -16,27 +16,19 @@ bool IsSilence(const float* samples, int frames)
 
 } // namespace
 
-EffectsUnit::EffectsUnit()
-{
-    shelfLeft_.SetSampleRate(44100.0);
-    shelfRight_.SetSampleRate(44100.0);
-}
-
 void EffectsUnit::SetSampleRate(double hz)
 {
     if (!IsUsableRate(hz))
         return;
     delay_.SetSampleRate(hz);
     chorus_.SetSampleRate(hz);
-    shelfLeft_.SetSampleRate(hz);
-    shelfRight_.SetSampleRate(hz);
+    shelf_.SetSampleRate(hz);
     Reset();
 }
 
 void EffectsUnit::Reset()
 {
-    shelfLeft_.Reset();
-    shelfRight_.Reset();
+    shelf_.Reset();
     delay_.Reset();
     chorus_.Reset();
 }
@@ -51,23 +43,14 @@ void EffectsUnit::Process(float* left, float* right, int frames)
         return;
     }
 
-    // On copies: a store into the block might alias a member, which would be reloaded every time.
-    ShelfFilter shelfLeft = shelfLeft_;
-    ShelfFilter shelfRight = shelfRight_;
-    for (int i = 0; i < frames; ++i) {
-        left[i] = shelfLeft.Process(left[i]);
-        right[i] = shelfRight.Process(right[i]);
-    }
-    shelfLeft_ = shelfLeft;
-    shelfRight_ = shelfRight;
+    shelf_.Process(left, right, frames);
     chorus_.Process(left, right, frames);
     delay_.Process(left, right, frames);
 }
 
 bool EffectsUnit::IsSilent() const
 {
-    return shelfLeft_.IsSilent() && shelfRight_.IsSilent() && chorus_.IsSilent() &&
-           delay_.IsSilent();
+    return shelf_.IsSilent() && chorus_.IsSilent() && delay_.IsSilent();
 }
 
 std::size_t EffectsUnit::MemoryBytes() const

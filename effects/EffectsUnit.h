@@ -16,8 +16,6 @@ namespace keldra {
 /// sound (NaN, infinity) counts as silence and leaves no trace.
 class EffectsUnit {
 public:
-    EffectsUnit();
-
     /// Builds delay and chorus anew, adjusts the shelf, then Reset. Settings stay.
     /// @param hz  1 .. 1 000 000; else everything stays as it is
     void SetSampleRate(double hz);
@@ -42,8 +40,7 @@ public:
 private:
     CDelay delay_;
     CChorus chorus_;
-    ShelfFilter shelfLeft_;
-    ShelfFilter shelfRight_;
+    ShelfFilter shelf_; ///< of both channels
 };
 
 } // namespace keldra

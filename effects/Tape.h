@@ -1,98 +1,92 @@
 #pragma once
 
+#include <cstddef>
+#include <vector>
+
+#include "effects/Sample.h"
+
 namespace keldra {
 
 /// The loop of tape of a CTapeDelay, and the head over it.
 ///
-/// Once round the loop is a lap; a place on it is a number 0 .. 1. The head goes round and round:
-/// at every sample it stands at some place, reads what was laid there a lap ago, and a step further
-/// on lays the next sample over it. The steps may be of any length between a fifth and 1/N of a
-/// lap, so samples lie on the tape as densely as the head was slow, and each is kept with its
-/// place:
+/// Once round the loop is a lap; a place on it is a number 0 .. 1. The head goes round and round.
+/// At every sample it reads what was laid where it stands a lap ago, moves on by a step, and lays
+/// the next sample there. Steps may be as short as 1/N of a lap and as wide as a fifth, so the
+/// samples lie as dense as the head was slow, and each is kept with its place:
 ///
-///     the lap before    o    o    o    o   o   o   o  o  o  o  o o o o o o o o       (slowed down)
-///     this lap          x  x  x  x  x  x  x ^                                         (fast again)
-///                                           the head
+///     the lap before   o    o    o    o   o   o   o  o  o  o  o o o o o o o o    it slowed down
+///     this lap         x  x  x  x  x  x  x ^                                     fast from the
+///     start
+///                                          the head
 ///
-/// Reading goes between two samples of the lap before. Where those lie denser than the head now
-/// steps, they pass it faster than they were laid: higher in pitch. A lap later nothing of them is
-/// left, all sounds are laid and read at the same speed, and the pitch is as it was.
+/// It reads between two samples of the lap before. Where they lie denser than its steps, they pass
+/// faster than they were laid: higher in pitch. A lap later all is laid as it is read, and the
+/// pitch is what it was.
 ///
-/// Memory. A sample is needed until the head passes its place for the second time. So what is
-/// needed lies within one lap, counted back from the head: o right of it and x left of it. Steps of
-/// at least 1/N put at most N + 1 samples there (one for the seam, where roundings of N steps add
-/// up to far less than a step). Two more are kept for interpolation: the one before the reading
-/// place and the last of the lap before. Laid one behind the other in a ring of N + kSpare, none is
-/// overwritten before its time, and no sample is ever moved.
+/// Memory. A sample is needed until the head passes its place for the second time, so all that is
+/// needed lies within one lap, counted back from the head: the o right of it and the x left of it.
+/// With steps of at least 1/N these are N + 1 samples, another one where roundings add up, and the
+/// one before the reading place. They lie in a ring in the order in which they were laid, and are
+/// never moved.
 ///
-/// Plain data: a view of memory that its owner holds, so that a block can run on a copy in
-/// registers.
-struct Tape {
-    static constexpr int kSpare = 8; ///< slots beyond N
+/// Between two laps the ring has one slot more, the seam. It first closes the lap before it with
+/// the first sample of the lap behind it, at its place beyond 1; then, when that lap has been read,
+/// it opens the lap behind it with the last sample of the lap before it, at its place below 0. So
+/// each lap can be read from end to end between its seams and needs no look at its neighbours.
+///
+/// Play and Record go by stretches of some samples. Playing a stretch first and recording it
+/// afterwards is the same as sample by sample as long as nothing laid in it is read in it.
+///
+/// Memory is taken by the constructor; all else never allocates, waits or fails.
+class CTape {
+public:
+    /// @param longestLap  N in samples, at least 4. @param startHead  0 up to but not 1
+    CTape(int longestLap, double startHead);
 
-    struct Spot {
-        double place;
-        float sample;
-    };
+    void Erase(); ///< nothing on the tape, the head at its start; takes no longer for a long tape
 
-    double* places = nullptr; ///< size entries, a place for each sample
-    float* samples = nullptr; ///< size entries
-    int size = 0;             ///< N + kSpare
-    int nextWritten = 0;      ///< the slot that the next sample is laid in
-    int nextRead = 0;         ///< the slot behind `ahead`
-    int lapStart = 0;         ///< the slot of this lap's first sample
-    Spot behind{0.0, 0.0f};   ///< the two neighbours of the reading place
-    Spot ahead{0.0, 0.0f};
+    /// Most samples in the next stretch, 1 .. kMaxStretch. @param widestStep  in laps, at most 0.25
+    [[nodiscard]] int StretchLimit(double widestStep) const;
 
-    /// An empty tape: what stands before the first sample is silence, a lap away from the lap's
-    /// end.
-    void Erase()
-    {
-        places[0] = 0.0;
-        samples[0] = 0.0f;
-        nextWritten = 1;
-        lapStart = 1;
-    }
+    /// Moves the head over a stretch and reads. @param steps  in laps, 1/N .. 0.25
+    void Play(const double* steps, float* out, int samples);
 
-    /// The head, just past the lap's end, goes on at the beginning. The lap that it has laid
-    /// becomes the one to read (unless it holds no sample at all: then Read must not be called).
-    void TurnLap()
-    {
-        behind = At(Before(lapStart));
-        behind.place -= 1.0;
-        ahead = At(lapStart);
-        nextRead = After(lapStart);
-        lapStart = nextWritten;
-    }
+    /// Lays down the samples of the stretch that was played, where the head went.
+    /// @param isAudible  there is something among them that is worth being read; a lap where
+    /// nothing
+    ///                   is will be mute
+    void Record(const float* written, int samples, bool isAudible);
 
-    /// What was laid at a place in the lap before. Only after TurnLap, and forward within a lap.
-    /// A sample is passed once a lap: as many as were laid, so one or two a call in the long run.
-    float Read(double head)
-    {
-        while (ahead.place < head) {
-            behind = ahead;
-            ahead = At(nextRead);
-            // Behind the last sample of the lap before comes the first of this one, a lap further.
-            if (nextRead == lapStart)
-                ahead.place += 1.0;
-            nextRead = After(nextRead);
-        }
-        const auto fraction =
-            static_cast<float>((head - behind.place) / (ahead.place - behind.place));
-        return behind.sample + (ahead.sample - behind.sample) * fraction;
-    }
+    /// Play gives silence until the end of this lap.
+    [[nodiscard]] bool IsMute() const { return isMute_; }
+    /// Nothing recorded on this lap so far is audible.
+    [[nodiscard]] bool LapIsQuiet() const { return !lapIsAudible_; }
 
-    void Write(double head, float sample)
-    {
-        places[nextWritten] = head;
-        samples[nextWritten] = sample;
-        nextWritten = After(nextWritten);
-    }
+    [[nodiscard]] std::size_t MemoryBytes() const;
 
 private:
-    [[nodiscard]] Spot At(int slot) const { return {places[slot], samples[slot]}; }
-    [[nodiscard]] int After(int slot) const { return slot + 1 == size ? 0 : slot + 1; }
-    [[nodiscard]] int Before(int slot) const { return (slot == 0 ? size : slot) - 1; }
+    void ReadLap(const double* heads, float* out, int samples);
+    void TurnLap(int seam);
+    void Append(const double* places, const float* samples, int count);
+
+    // Slots 0 .. size_ - 1 are the ring. Two more make reading simple: -1 repeats the last slot, so
+    // that each has one before it, and at the place in slot size_ every search ends.
+    [[nodiscard]] double* Places() { return places_.data() + 1; }
+    [[nodiscard]] float* Samples() { return samples_.data() + 1; }
+
+    int size_;
+    std::vector<double> places_;
+    std::vector<float> samples_;
+    double startHead_;
+    double head_ = 0.0;                  ///< 0 .. 1
+    double heads_[kMaxStretch + 1] = {}; ///< before the stretch, and after each of its samples
+    int turn_ = 0;        ///< the sample of the stretch that went past the lap's end, or none
+    int nextWritten_ = 0; ///< slot
+    int nextRead_ = 0;    ///< slot: the first that isn't behind the head
+    int seam_ = 0;        ///< slot: before this lap
+    bool lapIsEmpty_ = true;
+    bool lapIsAudible_ = false; ///< this lap, recorded so far
+    bool isMute_ = true;        ///< the lap before: there is none, or nothing to be heard on it
 };
 
 } // namespace keldra

@@ -1,31 +1,33 @@
 #include "effects/TapeDelay.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace keldra {
 
 namespace {
 
+constexpr double kHighestLoopGain = 0.99;
+
+int LongestLap(int length)
+{
+    return length < 5 ? 4 : length;
+}
+
 /// Radians per sample of a cut frequency, limited.
 float CutOmega(float hz, double sampleRate)
 {
     const auto rate = static_cast<float>(sampleRate);
     const float omega = 6.2831853f * Limited(hz, 10.0f, rate / 2.1f) / rate;
-    return std::fmax(omega, FilterStage::kLowestOmega);
+    return std::fmax(omega, kLowestOmega);
 }
 
 } // namespace
 
 CTapeDelay::CTapeDelay(int length, double startHead)
-    : length_(length < 5 ? 4 : length), startHead_(startHead)
+    : tape_(LongestLap(length), startHead), length_(LongestLap(length))
 {
-    const auto size = static_cast<std::size_t>(length_ + Tape::kSpare);
-    places_.resize(size);
-    samples_.resize(size);
-    motion_.tape.places = places_.data();
-    motion_.tape.samples = samples_.data();
-    motion_.tape.size = length_ + Tape::kSpare;
-    motion_.minSpeed = 1.0 / length_;
+    motor_.minSpeed = 1.0 / length_;
     SetTime(0.5);
     SetLowPass(1000.0f, 44100.0);
     SetHighPass(1000.0f, 44100.0);
@@ -34,7 +36,7 @@ CTapeDelay::CTapeDelay(int length, double startHead)
 
 void CTapeDelay::SetTime(double fraction)
 {
-    motion_.targetSpeed = 1.0 / ((length_ - 2) * Limited(fraction, 0.0, 0.99) + 2.0);
+    motor_.targetSpeed = 1.0 / ((length_ - 2) * Limited(fraction, 0.0, 0.99) + 2.0);
 }
 
 void CTapeDelay::SetFeedback(float gain)
@@ -45,20 +47,19 @@ void CTapeDelay::SetFeedback(float gain)
 
 void CTapeDelay::SetWet(float gain)
 {
-    motion_.wet = Limited(gain, 0.0f, 1.0f);
+    wet_ = Limited(gain, 0.0f, 1.0f);
 }
 
 void CTapeDelay::SetDepth(float depth)
 {
-    motion_.depth = static_cast<double>(Limited(depth, 0.0f, 1.0f));
+    motor_.depth = static_cast<double>(Limited(depth, 0.0f, 1.0f));
 }
 
 void CTapeDelay::SetModRate(double hz, double sampleRate)
 {
-    // Whole cycles a sample are no movement. They are taken off here, so that Process need only
-    // look for one.
+    // Whole cycles a sample are no movement: taken off here, so that the motor looks for one only.
     const double cycles = Limited(hz / sampleRate, 0.0, 1e6);
-    motion_.lfoIncrement = cycles - std::floor(cycles);
+    motor_.lfoIncrement = cycles - std::floor(cycles);
 }
 
 void CTapeDelay::SetLowPass(float hz, double sampleRate)
@@ -67,7 +68,7 @@ void CTapeDelay::SetLowPass(float hz, double sampleRate)
     if (omega == lowPassOmega_)
         return;
     lowPassOmega_ = omega;
-    motion_.lowPass.SetLowPass(omega);
+    keldra::SetLowPass(lowPass_, omega);
     UpdateLoop();
 }
 
@@ -77,92 +78,160 @@ void CTapeDelay::SetHighPass(float hz, double sampleRate)
     if (omega == highPassOmega_)
         return;
     highPassOmega_ = omega;
-    motion_.highPass.SetHighPass(omega);
+    keldra::SetHighPass(highPass_, omega);
     UpdateLoop();
 }
 
 void CTapeDelay::EnableLowPass()
 {
-    if (motion_.lowPassIsOn)
+    if (lowPassIsOn_)
         return;
-    motion_.lowPassIsOn = true;
-    motion_.lowPass.Clear();
+    lowPassIsOn_ = true;
+    lowPass_.Clear();
     UpdateLoop();
 }
 
 void CTapeDelay::EnableHighPass()
 {
-    if (motion_.highPassIsOn)
+    if (highPassIsOn_)
         return;
-    motion_.highPassIsOn = true;
-    motion_.highPass.Clear();
+    highPassIsOn_ = true;
+    highPass_.Clear();
     UpdateLoop();
 }
 
-/// What hangs on the stages of the loop: how much feedback it bears, and what counts as silence.
+/// What hangs on the enabled stages: how much feedback the loop bears, and what counts as silence.
 void CTapeDelay::UpdateLoop()
 {
-    const bool low = motion_.lowPassIsOn;
-    const bool high = motion_.highPassIsOn;
-
-    // With w = tan(omega / 2) and s the frequency on the same scale, the stages are, by the
+    // With s a frequency and w the cut frequency, both as tan(omega / 2), the stages are, by the
     // bilinear transform that they come from,
-    //     low-pass   bandGain / (1 + s / w)^2        high-pass  bandGain / (1 + w / s)^2.
-    // Alone, each is loudest at its end of the spectrum. Their product is at the geometric mean of
-    // both cut frequencies, where each lets 1 / (1 + wHigh / wLow) of its band gain through.
-    double highest = 1.0;
-    if (low)
-        highest *= FilterStage::BandGain(lowPassOmega_);
-    if (high)
-        highest *= FilterStage::BandGain(highPassOmega_);
-    if (low && high) {
+    //     low-pass   bandGain / (1 + (s / w)^2)      high-pass  bandGain / (1 + (w / s)^2)
+    // in magnitude. Alone, each is loudest at its end of the spectrum. Their product is loudest at
+    // the geometric mean of both cut frequencies, where either is down to 1 / (1 + wHigh / wLow).
+    double loudest = 1.0;
+    double slowest = 0.0;
+    if (highPassIsOn_) {
+        loudest *= BandGain(highPassOmega_);
+        slowest = highPassOmega_;
+    }
+    if (lowPassIsOn_) {
+        loudest *= BandGain(lowPassOmega_);
+        slowest = highPassIsOn_ ? std::fmin(slowest, lowPassOmega_) : lowPassOmega_;
+    }
+    if (lowPassIsOn_ && highPassIsOn_) {
         const double ratio = std::tan(0.5 * static_cast<double>(highPassOmega_)) /
                              std::tan(0.5 * static_cast<double>(lowPassOmega_));
-        highest /= (1.0 + ratio) * (1.0 + ratio);
+        loudest /= (1.0 + ratio) * (1.0 + ratio);
     }
-    motion_.feedback = std::fmin(feedback_, static_cast<float>(0.99 / highest));
+    loopFeedback_ = std::fmin(feedback_, static_cast<float>(kHighestLoopGain / loudest));
 
-    // Dropping what is below kSilence is itself a disturbance, which a stage's poles prolong: a
-    // signal of its cut frequency that is weaker than kSilence / omega takes more than a sample to
-    // cross the dropped range, and bends. The loop would feed on that and murmur for ever.
-    float slowest = 0.0f;
-    if (low)
-        slowest = lowPassOmega_;
-    if (high)
-        slowest = low ? std::fmin(slowest, highPassOmega_) : highPassOmega_;
-    motion_.inaudible = slowest > 0.0f ? kSilence / slowest : 0.0f;
-}
-
-void CTapeDelay::Motion::Clear()
-{
-    tape.Erase();
-    lapIsMute = true;
-    loudest = 0.0f;
-    lfoPhase = 0.0;
-    speed = targetSpeed;
-    wetSmoothed = 0.0f;
-    lowPass.Clear();
-    highPass.Clear();
+    // To make 0 of what is below kSilence is itself a disturbance. A stage prolongs it by its
+    // poles, to about 1 / omega samples: a wave of its cut frequency that is weaker than kSilence /
+    // omega stays at 0 for more than a sample whenever it crosses it. The loop keeps what comes of
+    // that for 1 / (1 - gain) laps. Left alone, very soft echoes would feed on it and murmur for
+    // ever.
+    const double loopGain = static_cast<double>(loopFeedback_) * loudest;
+    const double prolonged = slowest > 0.0 ? 1.0 / slowest + 1.0 / (1.0 - loopGain) : 0.0;
+    inaudible_ = static_cast<float>(kSilence * prolonged);
 }
 
 void CTapeDelay::Reset()
 {
-    motion_.Clear();
-    motion_.head = startHead_;
+    tape_.Erase();
+    lowPass_.Clear();
+    highPass_.Clear();
+    motor_.speed = motor_.targetSpeed;
+    motor_.lfoPhase = 0.0;
+    wetSmoothed_ = 0.0f;
+}
+
+float CTapeDelay::Process(float x)
+{
+    float sample = 0.0f;
+    Play(&sample, 1);
+    Filter(&sample, 1);
+    Record(&x, &sample, 1);
+    return sample;
+}
+
+void CTapeDelay::Play(float* echo, int samples)
+{
+    double steps[kMaxStretch];
+    motor_.Run(steps, samples);
+    tape_.Play(steps, echo, samples);
+    for (int i = 0; i < samples; ++i)
+        echo[i] = WithoutTiny(echo[i]);
+}
+
+void CTapeDelay::Filter(float* echo, int samples)
+{
+    if (lowPassIsOn_)
+        for (int i = 0; i < samples; ++i)
+            echo[i] = lowPass_.Process(echo[i]);
+    if (highPassIsOn_)
+        for (int i = 0; i < samples; ++i)
+            echo[i] = highPass_.Process(echo[i]);
+}
+
+void CTapeDelay::FilterBoth(CTapeDelay& left, CTapeDelay& right, float* leftEcho, float* rightEcho,
+                            int samples)
+{
+    FilterStage<Stereo> lowPass = Joined(left.lowPass_, right.lowPass_);
+    FilterStage<Stereo> highPass = Joined(left.highPass_, right.highPass_);
+    const bool lowPassIsOn = left.lowPassIsOn_;
+    const bool highPassIsOn = left.highPassIsOn_;
+    for (int i = 0; i < samples; ++i) {
+        Stereo echo{leftEcho[i], rightEcho[i], 0.0f, 0.0f};
+        if (lowPassIsOn)
+            echo = lowPass.Process(echo);
+        if (highPassIsOn)
+            echo = highPass.Process(echo);
+        leftEcho[i] = echo[0];
+        rightEcho[i] = echo[1];
+    }
+    Split(lowPass, left.lowPass_, right.lowPass_);
+    Split(highPass, left.highPass_, right.highPass_);
+}
+
+float CTapeDelay::NextWet(float smoothed) const
+{
+    return WithoutTiny(smoothed + (wet_ - smoothed) * 0.01f);
+}
+
+void CTapeDelay::Record(const float* input, float* echo, int samples)
+{
+    float written[kMaxStretch];
+    int audible = 0;
+    for (int i = 0; i < samples; ++i) {
+        written[i] = SaneInput(input[i]) + echo[i] * loopFeedback_;
+        // The echoes too: without feedback only they show that a stage still rings.
+        audible |= static_cast<int>(Magnitude(written[i]) > inaudible_);
+        audible |= static_cast<int>(Magnitude(echo[i]) > inaudible_);
+    }
+    tape_.Record(written, samples, audible != 0);
+    if (tape_.IsMute()) {
+        lowPass_.Clear();
+        highPass_.Clear();
+    }
+
+    if (NextWet(wetSmoothed_) == wetSmoothed_) { // settled: no sample depends on the one before
+        for (int i = 0; i < samples; ++i)
+            echo[i] = wetSmoothed_ * echo[i];
+        return;
+    }
+    for (int i = 0; i < samples; ++i) {
+        echo[i] = wetSmoothed_ * echo[i];
+        wetSmoothed_ = NextWet(wetSmoothed_);
+    }
 }
 
 void CTapeDelay::PassSilence(int samples)
 {
     // On an empty tape the place of the head means nothing, and nobody hears speed and wet glide.
-    motion_.speed = motion_.targetSpeed;
-    motion_.wetSmoothed = motion_.wet;
-    const double phase = motion_.lfoPhase + samples * motion_.lfoIncrement;
-    motion_.lfoPhase = phase - std::floor(phase);
-}
-
-std::size_t CTapeDelay::MemoryBytes() const
-{
-    return places_.size() * sizeof(double) + samples_.size() * sizeof(float);
+    motor_.speed = motor_.targetSpeed;
+    wetSmoothed_ = wet_;
+    const double phase = motor_.lfoPhase + samples * motor_.lfoIncrement;
+    motor_.lfoPhase = phase - std::floor(phase);
 }
 
 } // namespace keldra
