@@ -1,7 +1,7 @@
 #include "editor/KeldraDef.h"
 
+#include "editor/KeldraEditor.h"
 #include "engine/KeldraSynth.h"
-#include "frame/EditorPort.h"
 #include "frame/ParameterTable.h"
 #include "frame/Text.h"
 
@@ -35,7 +35,7 @@ std::unique_ptr<CPluginRenderer> KeldraDef::CreateRenderer() const
 
 std::unique_ptr<CEditorPort> KeldraDef::CreateEditor() const
 {
-    return nullptr;
+    return std::make_unique<KeldraEditor>();
 }
 
 } // namespace keldra

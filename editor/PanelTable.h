@@ -82,7 +82,7 @@ inline constexpr float kQuarterNoteDelay = 3.0f / 7.0f;
 
 /// The keyboard shows five octaves from here.
 inline constexpr int kLowestKey = 36;
-inline constexpr int kKeyCount = 60;
+inline constexpr int kPanelKeyCount = 60;
 
 // clang-format off
 /// An empty one is a separator.

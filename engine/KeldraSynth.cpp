@@ -3,8 +3,11 @@
 #include <algorithm>
 
 #include "frame/Numbers.h"
+#include "frame/PluginInstance.h"
 #include "frame/Text.h"
 #include "frame/ValueText.h"
+#include "presets/LibraryFolder.h"
+#include "presets/PresetList.h"
 #include "voice/VoiceGenerator.h"
 
 namespace keldra {
@@ -15,6 +18,7 @@ constexpr double kLowestRate = 1000.0;
 constexpr double kHighestRate = 1.0e6;
 constexpr double kRateBeforeFirst = 44100.0;
 constexpr float kDriftSemitones = 0.01f;
+constexpr char kProgramExtension[] = "keldra";
 constexpr double kUnknownPosition = -1.0;
 
 constexpr int kVolume = 7;
@@ -45,6 +49,17 @@ KeldraSynth::KeldraSynth()
     for (int link = kFirstControllerLink; link <= kLastControllerLink; ++link)
         SetParameter(link, -1.0f);
     ResetProgram();
+    StartLibrary();
+}
+
+void KeldraSynth::StartLibrary()
+{
+    presets_ = std::make_unique<CPresetList>(
+        *this, LibraryFolder(CPluginInstance::Get().HostKind()), kProgramExtension);
+    presets_->ScanBanks();
+    presets_->SelectBank(0);
+    if (const std::string first = presets_->CurrentPath(); !first.empty())
+        presets_->LoadProgram(first);
 }
 
 KeldraSynth::~KeldraSynth() = default;
@@ -251,9 +266,18 @@ void KeldraSynth::ControlChange(int controller)
                 Feedback().MarkParameter(index);
             }
     }
-    if (controller == kVolume || controller == kPan || controller == kBankSelectFine)
+    if (controller == kVolume || controller == kPan)
         return;
+    if (controller == kBankSelectFine) {
+        presets_->SelectBankFromMemory(TruncateToInt(Controller(controller) * 127.0f));
+        return;
+    }
     Feedback().SetLastController(controller);
+}
+
+void KeldraSynth::ProgramChange(int program)
+{
+    presets_->SelectProgramFromMemory(program);
 }
 
 // --- Controller links ---

@@ -14,6 +14,7 @@
 
 namespace keldra {
 
+class CPresetList;
 class KeldraGenerator;
 
 /// The synthesizer: 64 voices, their decimation, gate, effects, and what every parameter does.
@@ -22,6 +23,7 @@ public:
     static constexpr int kVoiceCount = 64;
     static constexpr int kBlockFrames = 64; ///< most frames of one render call
 
+    /// Plays the first program of the library, if there is one, else the defaults.
     KeldraSynth();
     ~KeldraSynth() override;
 
@@ -42,10 +44,13 @@ public:
     void NoteOn(int key) override;
     void NoteOff(int key) override;
     void ControlChange(int controller) override;
+    void ProgramChange(int program) override;
 
     /// Applies a state block or the part of it that an import takes. Any thread.
     /// @return false when it is rejected; without an import, the program is then at its defaults
     bool LoadState(std::span<const std::byte> block, EImport import);
+
+    [[nodiscard]] CPresetList& Presets() { return *presets_; } ///< threads: as it says itself
 
     // Controller links. Any thread
     void SetLink(int parameter, int controller);    ///< -1 unlinks; other parameters are ignored
@@ -68,6 +73,9 @@ private:
     void RunGate(float* left, float* right, int frames, double tempo);
     [[nodiscard]] double HostRate() const;
 
+    void StartLibrary();
+
+    std::unique_ptr<CPresetList> presets_;
     std::vector<std::unique_ptr<KeldraGenerator>> voices_;
     std::array<KeldraGenerator*, kVoiceCount> active_{}; ///< active voices, then the free ones
     int activeCount_ = 0;

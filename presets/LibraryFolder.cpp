@@ -1,6 +1,7 @@
 #include "presets/LibraryFolder.h"
 
 #include "platform/Folders.h"
+#include "platform/ModulePath.h"
 
 namespace keldra {
 
@@ -27,6 +28,16 @@ std::string FindLibraryFolder(const CSettingsStore& settings, std::string_view r
     if (const auto shared = settings.Read(ESettingsHive::CurrentUser, kSharedKey, "Shared Data"))
         return JoinPath(*shared, "Keldra");
     return JoinPath(rootFolder, "Banks");
+}
+
+std::string RootFolder(EHostKind hostKind)
+{
+    return FindRootFolder(CSettingsStore(), hostKind, ModuleFolder());
+}
+
+std::string LibraryFolder(EHostKind hostKind)
+{
+    return FindLibraryFolder(CSettingsStore(), RootFolder(hostKind));
 }
 
 } // namespace keldra

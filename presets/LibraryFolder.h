@@ -20,4 +20,9 @@ namespace keldra {
 [[nodiscard]] std::string FindLibraryFolder(const CSettingsStore& settings,
                                             std::string_view rootFolder);
 
+/// The two folders of this process: by the settings as they are now and the folder of the module
+/// that this code was loaded from. Control threads; waits for the disk.
+[[nodiscard]] std::string RootFolder(EHostKind hostKind);
+[[nodiscard]] std::string LibraryFolder(EHostKind hostKind);
+
 } // namespace keldra

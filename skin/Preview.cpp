@@ -193,7 +193,7 @@ private:
         panel_.SetClip(RectOf(control));
         for (const bool drawBlack : {false, true}) {
             int whites = 0;
-            for (int key = kLowestKey; key < kLowestKey + kKeyCount; ++key) {
+            for (int key = kLowestKey; key < kLowestKey + kPanelKeyCount; ++key) {
                 const int pressed = isPressed(key) ? 1 : 0;
                 if (!isBlack(key)) {
                     const int x = control.rect.x + whites++ * white.frameWidth;

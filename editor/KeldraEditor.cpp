@@ -1,0 +1,503 @@
+#include "editor/KeldraEditor.h"
+
+#include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+
+#include "editor/PresetListAboutBox.h"
+#include "editor/PresetListEditor.h"
+#include "engine/KeldraSynth.h"
+#include "frame/Numbers.h"
+#include "frame/PluginInstance.h"
+#include "frame/PluginWrapper.h"
+#include "frame/Text.h"
+#include "gui/ControlButton.h"
+#include "gui/ControlKeyboard.h"
+#include "gui/ControlKnob.h"
+#include "gui/ControlMenu.h"
+#include "gui/ControlSlider.h"
+#include "gui/ControlStateSelector.h"
+#include "platform/ModulePath.h"
+#include "presets/LibraryFolder.h"
+#include "presets/PresetList.h"
+
+namespace keldra {
+
+namespace {
+
+// The wordmark at the top left opens the about box.
+constexpr PixelRect kLogo{25, 5, 255, 30};
+
+constexpr float kWheelAtRest = 0.5f;
+
+// Items of the program menu, as the panel's table lists them.
+enum EProgramMenuItem {
+    kImportControllerMap = 0,
+    kImportGatePattern = 1,
+    kSaveProgram = 3,
+    kLoadProgram = 5,
+    kClearAllLinks = 7,
+    kResetProgram = 9,
+};
+
+/// Why a window stays grey, for whoever wants to know: on stderr with KELDRA_DEBUG set, once a
+/// file.
+void TellMissingImage(const std::string& path)
+{
+    static std::string told; // UI lock held
+    if (std::getenv("KELDRA_DEBUG") == nullptr || told == path)
+        return;
+    told = path;
+    std::fprintf(stderr, "Keldra: the skin's image %s is missing or damaged\n", path.c_str());
+}
+
+PixelRect ToPixels(const PanelRect& rect)
+{
+    return {rect.x, rect.y, rect.width, rect.height};
+}
+
+} // namespace
+
+KeldraEditor::KeldraEditor()
+{
+    const CUiLock lock;
+    SetSize({kPanelHeight, kPanelWidth});
+}
+
+KeldraEditor::~KeldraEditor()
+{
+    Close();
+    const CUiLock lock;
+    if (synth_ != nullptr)
+        synth_->Presets().SetClient(nullptr);
+}
+
+void KeldraEditor::Connect(CPluginRenderer& renderer, CPluginWrapper& host)
+{
+    const CUiLock lock;
+    CPluginEditor::Connect(renderer, host);
+    synth_ = dynamic_cast<KeldraSynth*>(&renderer);
+    if (synth_ != nullptr)
+        synth_->Presets().SetClient(this);
+}
+
+// --- The panel ---
+
+bool KeldraEditor::LoadSkin()
+{
+    const CUiLock lock;
+    const std::string root = RootFolder(CPluginInstance::Get().HostKind());
+    // Settings may name a root folder for its sounds alone: the skin then is beside the module.
+    for (const std::string& folder : {root, ModuleFolder()}) {
+        skinFolder_ = folder + "Skin/";
+        const bool all = std::all_of(
+            std::begin(kSkinImages), std::end(kSkinImages), [this](const SkinImageRow& row) {
+                return row.image == ESkinImage::About || Image(row.image) != nullptr;
+            });
+        if (all)
+            return true;
+    }
+    return false;
+}
+
+const CImage* KeldraEditor::Image(ESkinImage image) const
+{
+    const CImage* const found = CImageCache::GetImage(skinFolder_, RowOf(image).file);
+    if (found == nullptr)
+        TellMissingImage(skinFolder_ + std::string(RowOf(image).file));
+    return found;
+}
+
+void KeldraEditor::BuildPanel()
+{
+    const CUiLock lock;
+    if (!LoadSkin())
+        return;
+    SetBackground(Image(ESkinImage::Background));
+    for (const PanelControl& row : kPanelControls)
+        if (CControl* const control = AddControl(MakeControl(row)))
+            Remember(row.role, *control);
+    SyncControls();
+}
+
+std::unique_ptr<CControl> KeldraEditor::MakeControl(const PanelControl& row)
+{
+    const PixelRect rect = ToPixels(row.rect);
+    const auto numberFrom = [&](auto control) {
+        control->MoveTo({rect.x, rect.y});
+        control->SetDefaultValue(row.defaultValue);
+        control->SetValue(row.defaultValue);
+        control->SetSnap(row.snap);
+        control->SetFineMode(EFineMode::Shift);
+        return control;
+    };
+    const auto labelFrom = [&](auto control) {
+        control->SetRect(rect);
+        control->SetTextColor(kOpaqueBlack);
+        control->SetUnframed();
+        return control;
+    };
+    switch (row.kind) {
+    case EPanelControl::Knob: {
+        auto knob = std::make_unique<CControlKnob>(row.parameter);
+        knob->SetFilmstrip(Image(row.image), kFilmstripFrames);
+        return numberFrom(std::move(knob));
+    }
+    case EPanelControl::Fader: {
+        auto fader = std::make_unique<CControlSlider>(row.parameter);
+        fader->SetSizeWH(rect.width, rect.height);
+        fader->SetHandleImage(Image(row.image));
+        return numberFrom(std::move(fader));
+    }
+    case EPanelControl::Button: {
+        auto button = std::make_unique<CControlButton>(row.parameter);
+        button->SetPressToggle();
+        button->SetButtonImage(Image(row.image));
+        button->MoveTo({rect.x, rect.y});
+        return button;
+    }
+    case EPanelControl::Selector: {
+        auto selector = std::make_unique<CControlStateSelector>(row.parameter);
+        selector->SetPositions(row.items);
+        selector->SetTabImage(Image(row.image), true);
+        selector->MoveTo({rect.x, rect.y});
+        return selector;
+    }
+    case EPanelControl::Menu: {
+        auto menu = labelFrom(std::make_unique<CControlMenu>(row.parameter));
+        for (int item = 0; item < row.items; ++item)
+            if (const std::string text = MenuItemText(row, item); text.empty())
+                menu->AddSeparator();
+            else
+                menu->AddItem(text);
+        return menu;
+    }
+    case EPanelControl::Display:
+        return labelFrom(std::make_unique<CControlDisplay>(row.parameter));
+    case EPanelControl::Keyboard: {
+        auto keyboard = std::make_unique<CControlKeyboard>(row.parameter);
+        keyboard->SetRect(rect);
+        keyboard->SetKeyImages(Image(ESkinImage::WhiteKey), Image(ESkinImage::BlackKey));
+        return keyboard;
+    }
+    }
+    return nullptr;
+}
+
+void KeldraEditor::Remember(EPanelRole role, CControl& control)
+{
+    switch (role) {
+    case EPanelRole::None:
+        break;
+    case EPanelRole::PitchWheel:
+        pitchWheel_ = &control;
+        break;
+    case EPanelRole::ModWheel:
+        modWheel_ = &control;
+        break;
+    case EPanelRole::Link:
+        link_ = &control;
+        break;
+    case EPanelRole::Unlink:
+        unlink_ = &control;
+        break;
+    case EPanelRole::PreviousProgram:
+        previousProgram_ = &control;
+        break;
+    case EPanelRole::NextProgram:
+        nextProgram_ = &control;
+        break;
+    case EPanelRole::ProgramName:
+        programName_ = static_cast<CControlDisplay*>(&control);
+        programName_->SetText("DD"); // until the first program is shown
+        break;
+    case EPanelRole::ParameterText:
+        parameterText_ = static_cast<CControlDisplay*>(&control);
+        break;
+    case EPanelRole::ControllerText:
+        controllerText_ = static_cast<CControlDisplay*>(&control);
+        break;
+    case EPanelRole::ProgramMenu:
+        programMenu_ = static_cast<CControlMenu*>(&control);
+        break;
+    case EPanelRole::Keyboard:
+        keyboard_ = static_cast<CControlKeyboard*>(&control);
+        break;
+    }
+}
+
+// --- What the user does ---
+
+bool KeldraEditor::OnControlPressed(CControl* control)
+{
+    if (control == nullptr || synth_ == nullptr)
+        return CPluginEditor::OnControlPressed(control);
+    if (control == keyboard_) {
+        AfterEvent([synth = synth_, key = keyboard_->GetCurrentKey(),
+                    velocity = keyboard_->GetVelocity()] { synth->KeyboardNote(key, velocity); });
+        return true;
+    }
+    if (control == programName_) {
+        AfterEvent([synth = synth_] { synth->Presets().ShowPresetBrowser(); });
+        return true;
+    }
+    if (control == link_) {
+        if (const int controller = synth_->Feedback().LastController(); controller >= 0)
+            LinkSelected(controller);
+        return true;
+    }
+    if (control == unlink_) {
+        LinkSelected(-1);
+        return true;
+    }
+    if (const int index = control->GetParamIndex();
+        index >= 0 && index < kParameterCount && index != synth_->SelectedParameter()) {
+        synth_->SelectParameter(index);
+        ShowParameterText();
+    }
+    return CPluginEditor::OnControlPressed(control);
+}
+
+void KeldraEditor::OnControlReleased(CControl* control)
+{
+    if (control == nullptr || synth_ == nullptr) {
+        CPluginEditor::OnControlReleased(control);
+    } else if (control == pitchWheel_) {
+        pitchWheel_->SetValueRedraw(kWheelAtRest); // a spring
+        AfterEvent([synth = synth_] { synth->SetParameter(kPitchBendValue, kWheelAtRest); });
+    } else if (control == keyboard_) {
+        AfterEvent(
+            [synth = synth_, key = keyboard_->GetCurrentKey()] { synth->KeyboardNote(key, 0.0f); });
+    } else if (control == previousProgram_ || control == nextProgram_) {
+        AfterEvent([synth = synth_, forward = control == nextProgram_] {
+            CPresetList& presets = synth->Presets();
+            if (forward ? presets.NextProgram() : presets.PreviousProgram())
+                presets.LoadProgram(presets.CurrentPath());
+        });
+    } else {
+        CPluginEditor::OnControlReleased(control);
+    }
+}
+
+bool KeldraEditor::OnControlChanged(CControl* control, float value)
+{
+    if (control == nullptr || control != programMenu_)
+        return CPluginEditor::OnControlChanged(control, value);
+    if (synth_ != nullptr)
+        ChooseProgramMenuItem(TruncateToInt(static_cast<double>(value)));
+    return false; // a menu of commands: nothing stays chosen
+}
+
+void KeldraEditor::ChooseProgramMenuItem(int item)
+{
+    AfterEvent([synth = synth_, host = Host(), item] {
+        CPresetList& presets = synth->Presets();
+        switch (item) {
+        case kImportControllerMap:
+            presets.LoadProgramWithDialog(EImport::ControllerLinksOnly);
+            break;
+        case kImportGatePattern:
+            presets.LoadProgramWithDialog(EImport::GateStepsOnly);
+            break;
+        case kSaveProgram:
+            presets.SaveProgramWithDialog();
+            break;
+        case kLoadProgram:
+            presets.LoadProgramWithDialog();
+            break;
+        case kClearAllLinks:
+            synth->ClearAllLinks();
+            synth->Feedback().MarkProgram();
+            break;
+        case kResetProgram:
+            synth->ResetProgram();
+            for (int index = 0; index < kHostParameterCount; ++index)
+                host->AutomateParameter(index, synth->GetParameter(index));
+            synth->Feedback().MarkProgram();
+            break;
+        default:
+            break;
+        }
+    });
+}
+
+/// @param controller  -1 removes the link
+void KeldraEditor::LinkSelected(int controller)
+{
+    const int selected = synth_->SelectedParameter();
+    if (selected < 0 || selected >= kHostParameterCount)
+        return;
+    synth_->SetParameter(kFirstControllerLink + selected, static_cast<float>(controller));
+    ShowParameterText();
+}
+
+bool KeldraEditor::OnMouseDown()
+{
+    if (CPluginEditor::OnMouseDown())
+        return true;
+    if (GetModalGroup() != nullptr || GetMouseButton() != EMouseButton::Left ||
+        !kLogo.Contains(GetMousePosition()) || synth_ == nullptr)
+        return false;
+    synth_->Presets().ShowAboutBox();
+    return true;
+}
+
+void KeldraEditor::OnFileDropped(std::string_view path)
+{
+    if (synth_ != nullptr)
+        AfterEvent(
+            [synth = synth_, file = std::string(path)] { synth->Presets().LoadProgram(file); });
+}
+
+// --- What is shown ---
+
+void KeldraEditor::SetDisplayText(CControlDisplay* display, std::string_view text)
+{
+    if (display != nullptr && display->SetText(text))
+        RefreshControl(display, true);
+}
+
+void KeldraEditor::ShowParameterText()
+{
+    std::array<char, 256> text;
+    CTextWriter writer(text);
+    if (const int selected = synth_->SelectedParameter(); selected < 0) {
+        writer.Append("Param: ...");
+    } else {
+        std::array<char, 128> name;
+        synth_->GetParameterName(selected, name);
+        const int controller = synth_->GetLink(selected);
+        writer.Append(TextIn(name)).Append(" [");
+        if (controller >= 0)
+            writer.AppendInt(controller);
+        else
+            writer.Append("N/A");
+        writer.Append("]");
+    }
+    SetDisplayText(parameterText_, TextIn(text));
+}
+
+void KeldraEditor::ShowControllerText()
+{
+    std::array<char, 32> text;
+    CTextWriter writer(text);
+    writer.Append("CC: ");
+    if (const int controller = synth_->Feedback().LastController(); controller >= 0)
+        writer.AppendInt(controller);
+    else
+        writer.Append("...");
+    SetDisplayText(controllerText_, TextIn(text));
+}
+
+void KeldraEditor::SyncControls()
+{
+    CPluginEditor::SyncControls();
+    if (synth_ == nullptr)
+        return;
+    std::array<char, 256> name;
+    synth_->GetProgramName(name);
+    SetDisplayText(programName_, TextIn(name));
+    ShowParameterText();
+    ShowControllerText();
+    if (pitchWheel_ != nullptr)
+        pitchWheel_->SetValue(synth_->GetParameter(kPitchBendValue));
+    if (modWheel_ != nullptr)
+        modWheel_->SetValue(synth_->GetParameter(kModWheelValue));
+}
+
+void KeldraEditor::ShowProgram()
+{
+    if (browser_ != nullptr && !browser_->IsHidden())
+        browser_->Refresh();
+    CPluginEditor::ShowProgram();
+}
+
+bool KeldraEditor::OnTimer()
+{
+    if (synth_ != nullptr) {
+        FollowEngine();
+        if (synth_->Presets().IsDialogOpen())
+            AfterEvent([synth = synth_] { synth->Presets().PollDialog(); });
+    }
+    return CPluginEditor::OnTimer();
+}
+
+/// Sounding keys, wheels and the last controller, which move without a parameter of the table.
+void KeldraEditor::FollowEngine()
+{
+    ShowControllerText();
+    ShowParameterText();
+    for (CControl* const wheel : {pitchWheel_, modWheel_})
+        if (wheel != nullptr && !wheel->IsDragging())
+            wheel->SetValueRedraw(synth_->GetParameter(wheel->GetParamIndex()));
+    if (keyboard_ == nullptr)
+        return;
+    std::array<std::uint8_t, CControlKeyboard::kNotes> states;
+    for (int key = 0; key < CControlKeyboard::kNotes; ++key)
+        states[static_cast<std::size_t>(key)] =
+            synth_->Feedback().IsKeySounding(key) || key == keyboard_->GetCurrentKey() ? 1 : 0;
+    if (keyboard_->SetKeyStates(states))
+        RefreshControl(keyboard_, true);
+}
+
+// --- Browser and about box ---
+
+/// Something modal may be opened: nothing else is, and no list hangs over the panel.
+bool KeldraEditor::MayOpen(CControlGroup* group) const
+{
+    if (!CWindowPort::IsOpen() || GetModalChild() != nullptr)
+        return false;
+    return group == nullptr || GetModalGroup() == nullptr || group->IsModal();
+}
+
+void KeldraEditor::ShowAboutBox()
+{
+    const CUiLock lock;
+    if (!MayOpen(aboutBox_))
+        return;
+    if (aboutBox_ == nullptr) {
+        auto box = std::make_unique<CPresetListAboutBox>(Image(ESkinImage::About), GetSize());
+        aboutBox_ = box.get();
+        AddGroup(std::move(box));
+    }
+    aboutBox_->SetHidden(false);
+    aboutBox_->SetFocusGroup();
+    aboutBox_->SetModal(true);
+    RedrawAll();
+    PresentAll();
+}
+
+void KeldraEditor::ShowPresetBrowser()
+{
+    const CUiLock lock;
+    if (synth_ == nullptr || !MayOpen(browser_))
+        return;
+    if (browser_ == nullptr) {
+        auto browser = std::make_unique<CPresetListEditor>(
+            *synth_, GetSize(),
+            [this](std::function<void()> action) { AfterEvent(std::move(action)); });
+        browser_ = browser.get();
+        AddGroup(std::move(browser));
+    }
+    browser_->Refresh();
+    browser_->SetHidden(false);
+    browser_->SetFocusGroup();
+    browser_->FocusPrograms();
+    browser_->SetModal(true);
+    RedrawAll();
+    PresentAll();
+}
+
+std::uintptr_t KeldraEditor::DialogOwner() const
+{
+    const CUiLock lock;
+    return Handle();
+}
+
+std::unique_ptr<CFileDialog> KeldraEditor::OpenOwnFileDialog(const FileDialogRequest&)
+{
+    return nullptr;
+}
+
+} // namespace keldra
