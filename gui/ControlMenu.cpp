@@ -9,9 +9,9 @@ namespace keldra {
 
 namespace {
 
-constexpr float kFadeStep = 0.3f;  // a tick of 30 ms
-constexpr int kGap = 2;            // between the control and its list
-constexpr int kWindowMargin = 5;   // nearer than this to the right edge, a list opens to the left
+constexpr float kFadeStep = 0.3f; // a tick of 30 ms
+constexpr int kGap = 2;           // between the control and its list
+constexpr int kWindowMargin = 5;  // nearer than this to the right edge, a list opens to the left
 
 } // namespace
 

@@ -13,8 +13,10 @@ namespace {
 class CPopupMenu : public CControlMenu {
 public:
     explicit CPopupMenu(std::function<void(int)> chosen) : chosen_(std::move(chosen)) {}
+    ~CPopupMenu() override { Tell(-1); }
 
     using CControlMenu::OpenPopup;
+    void Forget() { chosen_ = nullptr; } ///< tells nothing
     void Draw() override
     {
         if (IsPopupOpen())
@@ -26,7 +28,7 @@ public:
     {
         const auto index = static_cast<int>(value);
         if (!GetItem(index)->dimmed)
-            chosen_(index);
+            Tell(index);
         return false;
     }
 
@@ -38,16 +40,27 @@ protected:
     }
 
 private:
+    /// The first time only.
+    void Tell(int index)
+    {
+        if (const auto chosen = std::exchange(chosen_, nullptr))
+            chosen(index);
+    }
+
     std::function<void(int)> chosen_;
 };
 
 } // namespace
 
-void CPopupMenuGroup::Open(CWindowPort& port, const std::vector<PopupItem>& items,
+bool CPopupMenuGroup::Open(CWindowPort& port, const std::vector<PopupItem>& items,
                            std::function<void(int)> chosen)
 {
     auto menu = std::make_unique<CPopupMenu>(std::move(chosen));
     for (const PopupItem& item : items) {
+        if (item.separator) {
+            menu->AddSeparator();
+            continue;
+        }
         menu->AddItem(item.text);
         menu->SetItemDimmed(menu->GetItemCount() - 1, !item.enabled);
         menu->SetItemMarked(menu->GetItemCount() - 1, item.checked);
@@ -57,8 +70,12 @@ void CPopupMenuGroup::Open(CWindowPort& port, const std::vector<PopupItem>& item
     auto group = std::make_unique<CPopupMenuGroup>();
     CPopupMenuGroup& added = *group;
     CPopupMenu& control = group->Add(std::move(menu));
-    if (port.AddGroup(std::move(group)) && !control.OpenPopup())
-        port.RemoveGroupLater(&added);
+    port.AddGroup(std::move(group));
+    if (control.OpenPopup())
+        return true;
+    control.Forget();
+    port.RemoveGroup(&added);
+    return false;
 }
 
 } // namespace keldra

@@ -13,9 +13,9 @@ struct PopupItem;
 /// its own that is there while the menu is open.
 class CPopupMenuGroup : public CControlGroup {
 public:
-    /// Opens it at the pointer. @param chosen  called with the index of the chosen item, after the
-    /// menu is closed; not at all when it is dismissed or the item is not enabled
-    static void Open(CWindowPort& port, const std::vector<PopupItem>& items,
+    /// Opens it at the pointer. @param chosen  as for CWindowPort::ShowPopupMenu; told after the
+    /// menu is closed. A choice of an item that isn't enabled is none
+    static bool Open(CWindowPort& port, const std::vector<PopupItem>& items,
                      std::function<void(int)> chosen);
 };
 

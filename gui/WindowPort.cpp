@@ -13,6 +13,13 @@ namespace {
 
 constexpr Color kNoBackground = Rgb(65, 65, 65);
 
+/// All windows of the process, in the order of their opening. With the UI lock held.
+std::vector<CWindowPort*>& OpenPorts()
+{
+    static std::vector<CWindowPort*> ports;
+    return ports;
+}
+
 EHeldKey HeldKeyOf(unsigned modifiers)
 {
     if ((modifiers & kModifierAlt) != 0)
@@ -54,6 +61,7 @@ bool CWindowPort::Open(NativeHandle parent)
         size_ = size;
         return false;
     }
+    OpenPorts().push_back(this);
     captureControl_ = nullptr;
     SetSize(size);
     if (position != PixelPoint{})
@@ -83,6 +91,7 @@ void CWindowPort::Close()
     LetGo();
     OnKillFocus();
     RemoveGroupsNow();
+    std::erase(OpenPorts(), this);
     focused_ = false;
     lost_ = false;
     backBuffer_.reset();
@@ -378,11 +387,28 @@ void CWindowPort::OpenValueField(CControl& control)
         CValueFieldGroup::Open(*this, control);
 }
 
-void CWindowPort::ShowPopupMenu(const std::vector<PopupItem>& items,
+bool CWindowPort::ShowPopupMenu(const std::vector<PopupItem>& items,
                                 std::function<void(int)> chosen)
 {
-    if (IsOpen() && modalGroup_ == nullptr && !capturing_ && !items.empty())
-        CPopupMenuGroup::Open(*this, items, std::move(chosen));
+    return IsOpen() && modalGroup_ == nullptr && !capturing_ && !items.empty() &&
+           CPopupMenuGroup::Open(*this, items, std::move(chosen));
+}
+
+void CWindowPort::DismissPopupMenu()
+{
+    if (dynamic_cast<CPopupMenuGroup*>(modalGroup_) == nullptr)
+        return;
+    modalGroup_->GetFirstControl()->OnKillFocus();
+    RemoveGroupsNow();
+}
+
+CWindowPort* CWindowPort::FindOpen(NativeHandle handle)
+{
+    const auto& ports = OpenPorts();
+    const auto found = std::find_if(ports.begin(), ports.end(), [handle](const CWindowPort* port) {
+        return port->Handle() == handle;
+    });
+    return handle != 0 && found != ports.end() ? *found : nullptr;
 }
 
 void CWindowPort::RemoveGroupLater(CControlGroup* group)

@@ -25,6 +25,7 @@ struct PopupItem {
     std::string text;
     bool enabled = true;
     bool checked = false;
+    bool separator = false; ///< a line; the rest doesn't count
 };
 
 /// An editor's window: a native child window, the picture in memory that it shows, and the groups
@@ -134,8 +135,13 @@ public:
 
     /// Lets the user type a control's value, in a field at the place of its value pop-up.
     void OpenValueField(CControl& control);
-    /// A menu at the pointer. @param chosen  told the index of the chosen item, if there is one
-    void ShowPopupMenu(const std::vector<PopupItem>& items, std::function<void(int)> chosen);
+    /// A menu at the pointer. @param chosen  told once, with the index of the chosen item, or -1
+    /// when the menu went without one. @return false, and nothing told, when it can't be shown now
+    bool ShowPopupMenu(const std::vector<PopupItem>& items, std::function<void(int)> chosen);
+    void DismissPopupMenu(); ///< if there is one
+    /// The open window of that handle, among all of the process; null when there is none.
+    [[nodiscard]] static CWindowPort* FindOpen(NativeHandle handle);
+
     /// Removes a group with the present event done: its own control may ask for it.
     void RemoveGroupLater(CControlGroup* group);
 

@@ -5,6 +5,7 @@
 
 #include "gui/ControlKnob.h"
 #include "gui/ControlList.h"
+#include "gui/ToolkitMenus.h"
 #include "gui/ValueField.h"
 #include "tests/gui/TestPort.h"
 
@@ -265,12 +266,12 @@ TEST(PopupMenu, TellsWhichEnabledItemWasChosen)
     const std::vector<PopupItem> items{{"Learn"}, {"Forget", false}, {"Linked", true, true}};
     constexpr std::pair<int, int> kCases[] = {{0, 0}, {1, -1}, {2, 2}};
     for (const auto& [row, expected] : kCases) {
-        chosen = -1;
+        chosen = -2;
         window.MoveTo({100, 200});
-        port.ShowPopupMenu(items, [&](int index) { chosen = index; });
+        EXPECT_TRUE(port.ShowPopupMenu(items, [&](int index) { chosen = index; }));
         ASSERT_NE(port.GetModalGroup(), nullptr);
         EXPECT_NE(port.GetGroup(0), nullptr);
-        port.ShowPopupMenu(items, {}); // one at a time
+        EXPECT_FALSE(port.ShowPopupMenu(items, {})); // one at a time
         EXPECT_EQ(port.GetGroup(1), nullptr);
         window.MoveTo({130, 174 + 10 + row * 18}); // three rows centred on the pointer
         window.Press();
@@ -278,9 +279,45 @@ TEST(PopupMenu, TellsWhichEnabledItemWasChosen)
         EXPECT_EQ(port.GetModalGroup(), nullptr);
         EXPECT_EQ(port.GetGroup(0), nullptr);
     }
-    port.ShowPopupMenu(items, [&](int index) { chosen = index; });
+    int told = 0;
+    EXPECT_TRUE(port.ShowPopupMenu(items, [&](int index) {
+        chosen = index;
+        ++told;
+    }));
+    port.DismissPopupMenu();
+    EXPECT_EQ(chosen, -1);
+    EXPECT_TRUE(port.ShowPopupMenu(items, [&](int) { ++told; }));
     port.Close();
+    EXPECT_EQ(told, 2);
     EXPECT_EQ(port.GetGroup(0), nullptr);
+    EXPECT_FALSE(port.ShowPopupMenu(items, [&](int) { ++told; }));
+    EXPECT_EQ(told, 2);
+}
+
+TEST(ToolkitMenus, AnswerOnceWhateverHappens)
+{
+    struct Listener : CPopupMenuClient {
+        void OnMenuChoice(int id) override { answers.push_back(id); }
+        std::vector<int> answers;
+    };
+    const PopupMenuItem items[] = {{7, "Learn"}, {0, "", false, false, true}, {9, "Forget"}};
+    Listener listener;
+    CTestPort port({521, 855});
+    CToolkitMenus menus;
+    {
+        const std::unique_ptr<CPopupMenu> menu = CPopupMenu::Create();
+        menu->Show(items, 1, listener); // no window
+        CHeadlessWindow& window = port.Show();
+        window.MoveTo({100, 200});
+        menu->Show(items, window.Handle(), listener);
+        menu->Show(items, window.Handle(), listener); // instead of the first
+        window.MoveTo({130, 173 + 10 + 2 * 18 + 4});
+        window.Press();
+        EXPECT_EQ(listener.answers, (std::vector<int>{0, 0, 9}));
+        menu->Show(items, window.Handle(), listener);
+    }
+    EXPECT_EQ(listener.answers.size(), 3u); // whose client is not called any more
+    EXPECT_EQ(port.GetModalGroup(), nullptr); // gone with its menu
 }
 
 TEST(TextLine, IsEditedByKeys)
