@@ -11,61 +11,17 @@
 #include <thread>
 #include <unistd.h>
 #include <vector>
-#include <xcb/xtest.h>
 
 #include "platform/UiThread.h"
 #include "platform/Window.h"
 #include "platform/x11/WindowConnection.h"
 #include "platform/x11/WindowLoop.h"
+#include "tests/platform/window/XHost.h"
 
 namespace keldra {
 namespace {
 
-using namespace std::chrono_literals;
-
-/// An X server without a screen, for all tests here.
-class CXvfb : public testing::Environment {
-public:
-    void SetUp() override
-    {
-        int ends[2];
-        ASSERT_EQ(pipe(ends), 0);
-        process_ = fork();
-        if (process_ == 0) {
-            close(ends[0]);
-            const std::string file = std::to_string(ends[1]);
-            execlp("Xvfb", "Xvfb", "-displayfd", file.c_str(), "-screen", "0", "1000x700x24",
-                   "-nolisten", "tcp", "-noreset", nullptr);
-            _exit(127);
-        }
-        close(ends[1]);
-        std::string number;
-        for (char c; read(ends[0], &c, 1) == 1 && c != '\n';)
-            number += c;
-        close(ends[0]);
-        ASSERT_FALSE(number.empty()) << "Xvfb did not start";
-        setenv("DISPLAY", std::string(":").append(number).c_str(), 1);
-    }
-    void TearDown() override
-    {
-        kill(process_, SIGTERM);
-        waitpid(process_, nullptr, 0);
-    }
-
-private:
-    pid_t process_ = -1;
-};
 [[maybe_unused]] auto* const kXvfb = testing::AddGlobalTestEnvironment(new CXvfb);
-
-bool Eventually(const std::function<bool()>& condition)
-{
-    for (int i = 0; i < 1000; ++i) {
-        if (condition())
-            return true;
-        std::this_thread::sleep_for(5ms);
-    }
-    return false;
-}
 
 /// Writes down what a window reports. Its fields are read and written with the UI lock held.
 class CRecorder : public CWindowClient {
@@ -114,98 +70,6 @@ public:
     int windowsLost = 0;
 };
 
-/// A host: a window of its own on a connection of its own, and XTest for the user's hands.
-class CHost {
-public:
-    CHost() : connection_(xcb_connect(nullptr, nullptr))
-    {
-        screen_ = xcb_setup_roots_iterator(xcb_get_setup(connection_.get())).data;
-        window_ = xcb_generate_id(connection_.get());
-        const std::uint32_t values[] = {0, 1, XCB_EVENT_MASK_KEY_PRESS};
-        xcb_create_window(connection_.get(), XCB_COPY_FROM_PARENT, window_, screen_->root, 0, 0, 1,
-                          1, 0, XCB_WINDOW_CLASS_INPUT_OUTPUT, screen_->root_visual,
-                          XCB_CW_BACK_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_EVENT_MASK, values);
-        Sync();
-    }
-
-    [[nodiscard]] NativeHandle Window() const { return window_; }
-    [[nodiscard]] xcb_connection_t* Connection() { return connection_.get(); }
-    [[nodiscard]] const xcb_screen_t& Screen() const { return *screen_; }
-    void Sync() { SyncWithServer(connection_.get()); }
-
-    void Show(PixelPoint at)
-    {
-        const std::uint32_t values[] = {static_cast<std::uint32_t>(at.x),
-                                        static_cast<std::uint32_t>(at.y), 300, 200};
-        xcb_configure_window(connection_.get(), window_, 15, values);
-        xcb_map_window(connection_.get(), window_);
-        Sync();
-    }
-    void Fake(std::uint8_t type, int detail, PixelPoint at = {})
-    {
-        xcb_test_fake_input(connection_.get(), type, static_cast<std::uint8_t>(detail), 0,
-                            screen_->root, static_cast<std::int16_t>(at.x),
-                            static_cast<std::int16_t>(at.y), 0);
-        Sync();
-    }
-    void MoveTo(PixelPoint at) { Fake(XCB_MOTION_NOTIFY, 0, at); }
-    void MoveBy(int dx, int dy) { Fake(XCB_MOTION_NOTIFY, 1, {dx, dy}); }
-    void Press(int button) { Fake(XCB_BUTTON_PRESS, button); }
-    void Release(int button) { Fake(XCB_BUTTON_RELEASE, button); }
-    void Type(int keycode)
-    {
-        Fake(XCB_KEY_PRESS, keycode);
-        Fake(XCB_KEY_RELEASE, keycode);
-    }
-    PixelPoint Pointer()
-    {
-        const CXcbReply<xcb_query_pointer_reply_t> reply(xcb_query_pointer_reply(
-            connection_.get(), xcb_query_pointer(connection_.get(), screen_->root), nullptr));
-        return {reply->root_x, reply->root_y};
-    }
-    std::uint32_t PixelAt(xcb_window_t window, int x, int y)
-    {
-        const CXcbReply<xcb_get_image_reply_t> reply(xcb_get_image_reply(
-            connection_.get(),
-            xcb_get_image(connection_.get(), XCB_IMAGE_FORMAT_Z_PIXMAP, window,
-                          static_cast<std::int16_t>(x), static_cast<std::int16_t>(y), 1, 1, ~0u),
-            nullptr));
-        return reply == nullptr
-                   ? 0xdeadbeef
-                   : *reinterpret_cast<const std::uint32_t*>(xcb_get_image_data(reply.get())) &
-                         0xffffff;
-    }
-    /// The keycode that writes a character without modifiers.
-    int KeycodeOf(xcb_keysym_t keysym)
-    {
-        const xcb_setup_t* setup = xcb_get_setup(connection_.get());
-        const CXcbReply<xcb_get_keyboard_mapping_reply_t> reply(xcb_get_keyboard_mapping_reply(
-            connection_.get(),
-            xcb_get_keyboard_mapping(
-                connection_.get(), setup->min_keycode,
-                static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1)),
-            nullptr));
-        const xcb_keysym_t* keysyms = xcb_get_keyboard_mapping_keysyms(reply.get());
-        for (int code = setup->min_keycode; code <= setup->max_keycode; ++code)
-            if (keysyms[(code - setup->min_keycode) * reply->keysyms_per_keycode] == keysym)
-                return code;
-        return 0;
-    }
-    int KeysReceived() // by the host's own window
-    {
-        int count = 0;
-        Sync();
-        while (const CXcbReply<xcb_generic_event_t> event{xcb_poll_for_event(connection_.get())})
-            count += (event->response_type & 0x7f) == XCB_KEY_PRESS ? 1 : 0;
-        return count;
-    }
-
-private:
-    CXcbConnection connection_;
-    const xcb_screen_t* screen_ = nullptr;
-    xcb_window_t window_ = 0;
-};
-
 class X11Window : public testing::Test {
 protected:
     ~X11Window() override { Close(); }
@@ -241,7 +105,7 @@ protected:
         return static_cast<xcb_window_t>(recorder_.window->Handle());
     }
 
-    CHost host_;
+    CXHost host_;
     CRecorder recorder_;
 };
 
@@ -349,7 +213,7 @@ TEST_F(X11Window, DragsWithoutEndWhileTheCursorIsHidden)
     host_.Press(1);
     for (int i = 0; i < 300; ++i) { // 3000 pixels up on a screen of 700, 600 to the right
         host_.MoveBy(2, -10);
-        std::this_thread::sleep_for(1ms);
+        std::this_thread::sleep_for(std::chrono::milliseconds(1));
     }
     // What is told is where the pointer would be; not a pixel is lost on the way.
     EXPECT_TRUE(EventuallyLocked([&] {
@@ -556,7 +420,7 @@ TEST_F(X11WindowThreads, ClosesInMidDragWithoutACallAfterwards)
 {
     host_.Show({0, 0});
     std::atomic<bool> running{true};
-    CHost user;            // connected here: libXau is not made for two threads at a time
+    CXHost user;           // connected here: libXau is not made for two threads at a time
     std::thread hand([&] { // the user, all the time
         for (int i = 0; running; ++i) {
             user.MoveTo({10 + i % 100, 20 + i % 50});
