@@ -386,8 +386,8 @@ TEST_F(VstBinding, LearnsTempoPositionAndTransportFromTheHost)
          60.0,
          1.0,
          {"tempo 60.00", "position 1.00", "stopped"}},
-        {"not numbers", true, all, kNan, kNan, {}},
-        {"not of this world", true, all, kInfinity, -kInfinity, {}},
+        {"not numbers", true, all, kNan, kNan, {"tempo nan", "position nan"}},
+        {"not of this world", true, all, kInfinity, -kInfinity, {"tempo inf", "position -inf"}},
         {"no tempo", true, all, 0.0, 0.0, {"tempo 0.00", "position 0.00"}},
         {"backwards", true, kVstTempoValid, -120.0, 0.0, {"tempo -120.00"}},
     };
