@@ -74,8 +74,9 @@ void CVoiceGenerator::MoveGlide(int samples)
     const float way = static_cast<float>(samples) * glideRate;
     const float up = glidePitch + way;
     const float down = glidePitch - way;
-    // The goal too when the way or the place is no number: no comparison with it is true.
-    if (glidePitch < goal)
+    if (!std::isfinite(up)) // whether rate or place is no number: nobody waits for it
+        glidePitch = goal;
+    else if (glidePitch < goal)
         glidePitch = up < goal ? up : goal;
     else
         glidePitch = down > goal ? down : goal;

@@ -1,4 +1,6 @@
+#include <cstdlib>
 #include <gtest/gtest.h>
+#include <string_view>
 
 #include "tests/voice/VoiceRig.h"
 #include "voice/VoiceRandom.h"
@@ -191,6 +193,9 @@ StereoSound PlayPiece(CVoiceRig& rig, RenderBlocks&& render)
 
 } // namespace
 
+// What two renders of the same formulas differ by is rounding: -103 dB at worst here. A filter that
+// oscillates by itself against a note of another pitch would be no case for this test: two plain
+// readings, one compiled with fused multiply-adds, part within half a second there.
 TEST(Kernel, AgreesWithThePlainReadingForEveryWaveformFilterRouteAndRate)
 {
     for (const auto& [what, hostRate, arrange] : kPatches) {
@@ -205,6 +210,102 @@ TEST(Kernel, AgreesWithThePlainReadingForEveryWaveformFilterRouteAndRate)
             const StereoSound sound =
                 PlayPiece(rig, [&](const auto& blocks) { return rig.RenderWith(*kernel, blocks); });
             EXPECT_LT(ErrorDb(sound, truth), -95.0) << what << ", " << kernel->name;
+        }
+    }
+}
+
+TEST(Kernel, AgreesForAnyNumberOfVoicesWithVoicesThatWereFreedAmongThem)
+{
+    constexpr int kBlocks[] = {512, 40};
+    const auto play = [&](int count, auto&& render) {
+        CVoiceRig rig(48000.0, 64);
+        Everything(rig);
+        for (int i = 0; i < count; ++i)
+            rig.Start(i, 30 + i, 0.5f);
+        StereoSound sound = render(rig, Divided(552, kBlocks));
+        for (const int freed : {count / 2, count / 3}) // they fill up groups, or wait outside
+            if (count > 2)
+                rig.Reset(freed);
+        const StereoSound rest = render(rig, Divided(552, kBlocks));
+        sound.left.insert(sound.left.end(), rest.left.begin(), rest.left.end());
+        sound.right.insert(sound.right.end(), rest.right.begin(), rest.right.end());
+        return sound;
+    };
+    for (int count = 1; count <= 64; ++count) {
+        const StereoSound truth =
+            play(count, [](CVoiceRig& rig, const auto& blocks) { return rig.RenderTwins(blocks); });
+        for (const VoiceKernel* kernel : KernelsOfThisMachine())
+            EXPECT_LT(ErrorDb(play(count,
+                                   [&](CVoiceRig& rig, const auto& blocks) {
+                                       return rig.RenderWith(*kernel, blocks);
+                                   }),
+                              truth),
+                      -95.0)
+                << count << " voices, " << kernel->name;
+    }
+}
+
+TEST(Kernel, RendersAGroupAndAVoiceOnTopOfItAsItRendersThemTogether)
+{
+    const auto begin = [](CVoiceRig& rig) {
+        Everything(rig);
+        for (int i = 0; i < 5; ++i) {
+            rig.Start(i, 50 + i);
+            rig.Voice(i).PrepareBlock(64);
+        }
+    };
+    CVoiceRig together(48000.0, 8);
+    begin(together);
+    StereoSound truth{std::vector<float>(64), std::vector<float>(64)};
+    KeldraGenerator* row[8];
+    for (int i = 0; i < 8; ++i)
+        row[i] = &together.Voice(i);
+    RenderVoices(row, 5, 64, together.patch, truth.left.data(), truth.right.data());
+
+    CVoiceRig apart(48000.0, 8);
+    begin(apart);
+    StereoSound sound{std::vector<float>(64, 99.0f), std::vector<float>(64, 99.0f)};
+    KeldraGenerator* const group[] = {&apart.Voice(0), &apart.Voice(1), &apart.Voice(2),
+                                      &apart.Voice(3)};
+    RenderVoices4(sound.left.data(), sound.right.data(), 64, group, apart.patch, true);
+    RenderVoice1(sound.left.data(), sound.right.data(), 64, apart.Voice(4), apart.patch, false);
+    EXPECT_LT(ErrorDb(sound, truth), -110.0);
+}
+
+TEST(Kernel, IsTheOneThatTheEnvironmentNamesOrTheFastest)
+{
+    const VoiceKernel* fastest = KernelsOfThisMachine().front();
+    for (const VoiceKernel* kernel : KernelsOfThisMachine())
+        EXPECT_EQ(&ChooseKernel(kernel->name), kernel);
+    for (const char* unknown : {"", "AVX2", "avx1024"})
+        EXPECT_EQ(&ChooseKernel(unknown), fastest) << unknown;
+
+    // CTest runs this case with the variable set too.
+    const char* wanted = std::getenv("KELDRA_KERNEL");
+    const bool known = wanted != nullptr && std::string_view(wanted) == "baseline";
+    EXPECT_EQ(LoadedKernel().name, known ? "baseline" : fastest->name);
+}
+
+// A group takes four numbers a sample, its free voices too; a voice alone takes one.
+TEST(VoiceNoise, GoesOnWhereTheLastSampleOfTheLastGroupLeftIt)
+{
+    struct Case {
+        int voices;
+        int numbersPerSample;
+    };
+    constexpr Case kCases[] = {{1, 1}, {2, 4}, {4, 4}, {5, 5}, {6, 8}, {9, 9}, {64, 64}};
+    for (const auto& [voices, numbersPerSample] : kCases) {
+        for (const float level : {0.0f, 0.5f}) { // nobody listens, but the numbers are taken
+            CVoiceRig rig(44100.0, 64);
+            rig.Set(rig.patch.noiseBalance, level);
+            for (int i = 0; i < voices; ++i)
+                rig.Start(i, 60);
+            NoiseSequence().Seed(1);
+            rig.Render(700);
+            std::uint32_t state = 1;
+            for (int i = 0; i < 700 * numbersPerSample; ++i)
+                state = NextRandom(state);
+            EXPECT_EQ(NoiseSequence().Draw(), NextRandom(state)) << voices << " voices";
         }
     }
 }
