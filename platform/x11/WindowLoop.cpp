@@ -75,7 +75,7 @@ private:
     {
         std::unique_lock lock(mutex_);
         if (running_)
-            return; // also one that was about to end: it looks for members first
+            return;               // also one that was about to end: it looks for members first
         if (thread_.joinable()) { // has ended
             std::thread done = std::move(thread_);
             lock.unlock();

@@ -316,7 +316,7 @@ TEST(ToolkitMenus, AnswerOnceWhateverHappens)
         EXPECT_EQ(listener.answers, (std::vector<int>{0, 0, 9}));
         menu->Show(items, window.Handle(), listener);
     }
-    EXPECT_EQ(listener.answers.size(), 3u); // whose client is not called any more
+    EXPECT_EQ(listener.answers.size(), 3u);   // whose client is not called any more
     EXPECT_EQ(port.GetModalGroup(), nullptr); // gone with its menu
 }
 
