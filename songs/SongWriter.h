@@ -6,9 +6,8 @@
 
 namespace keldra::songs {
 
-/// Writes a performance as a standard MIDI file of format 1: tempo and meter, then a track for each
+/// A performance as a standard MIDI file of format 1: tempo and meter, then a track for each
 /// channel.
-/// @return false when the file cannot be written
-[[nodiscard]] bool WriteSong(const Performance& performance, const std::string& path);
+[[nodiscard]] std::string SongFile(const Performance& performance);
 
 } // namespace keldra::songs

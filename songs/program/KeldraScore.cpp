@@ -30,9 +30,9 @@ int Main(const std::string& scorePath, const std::string& songPath)
     const auto score = keldra::songs::ReadScore(text, error);
     if (!score)
         return Complain(scorePath + ":" + error);
-    if (!keldra::songs::WriteSong(keldra::songs::PlayScore(*score), songPath))
-        return Complain(songPath + ": cannot be written");
-    return 0;
+    std::ofstream song(songPath, std::ios::binary);
+    song << keldra::songs::SongFile(keldra::songs::PlayScore(*score)) << std::flush;
+    return song ? 0 : Complain(songPath + ": cannot be written");
 }
 
 } // namespace
