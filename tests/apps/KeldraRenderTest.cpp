@@ -187,6 +187,7 @@ TEST_F(KeldraRender, TellsTempoMeterAndTransportAndCutsBlocksWhereTheyChange)
 TEST_F(KeldraRender, EndsWhenItIsSilentOrAfterTheTailThatWasAskedFor)
 {
     // Notes of velocity 100 fade out in 100 / 127 of the time that Release gives.
+    folder_.Write("short.mid", MidiFile(480, {Track(Hex("00 904564 60 804500"))}));
     folder_.Write("hanging.mid", MidiFile(480, {Track(Hex("00 904564 8740 B00100"))}));
     const struct {
         const char* what;
@@ -197,6 +198,7 @@ TEST_F(KeldraRender, EndsWhenItIsSilentOrAfterTheTailThatWasAskedFor)
         {"a tail of silence", "song.mid --tail 2.5", 3.5},
         {"nothing after the song", "song.mid", 1.0},
         {"until silent", "song.mid --set Release=0.01", 1.787},
+        {"silent before an echo", "short.mid --set Echo=0.5", 1.1},
         {"never silent", "song.mid --set Release=1", 31.0},
         {"a note without end", "hanging.mid --set Release=0.01", 1.787},
     };
@@ -335,10 +337,10 @@ TEST_F(KeldraRender, TakesSoundsFromFilesThenFromTheCommandLine)
               (Lines{"chunk 1 of 6 bytes: 62 .. 65", "set 0 1", "set 1 0", "set 0 0.5"}));
 
     std::filesystem::remove(folder_.Path("log"));
-    EXPECT_EQ(Run(common + "--program 1=plain").status, 0);
+    EXPECT_EQ(Run("--set 3:Release=1 --program 1=plain " + common).status, 0);
     EXPECT_EQ(sounds(1), Lines{"chunk 1 of 692 bytes: 70 .. 70"})
         << "a program from the command line takes the place of the whole sound";
-    EXPECT_EQ(sounds(2), (Lines{"chunk 1 of 6 bytes: 62 .. 65", "set 0 1"}));
+    EXPECT_EQ(sounds(2), (Lines{"chunk 1 of 6 bytes: 62 .. 65", "set 0 1", "set 1 1"}));
 }
 
 TEST_F(KeldraRender, RefusesBadInputInOneLineAndLeavesNothingBehind)
@@ -395,7 +397,7 @@ TEST_F(KeldraRender, RefusesBadInputInOneLineAndLeavesNothingBehind)
         {play + "--format 8", "--format takes 16, 24 or float"},
         // Parameters
         {play + "--set Loudness=1", "the module has no parameter \"Loudness\""},
-        {play + "--set 3=0.5", "no parameter 3: the module has 0 to 2"},
+        {play + "--set 4=0.5", "no parameter 4: the module has 0 to 3"},
         {play + "--set -1=0.5", "no parameter -1"},
         {play + "--set Level=1.0001", "\"Level\" takes 0 to 1, not 1.0001"},
         {play + "--set 0=-0.0001", "takes 0 to 1"},

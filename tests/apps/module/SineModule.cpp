@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <unistd.h>
+#include <utility>
 #include <vector>
 
 #include "hosts/vst/VstInterface.h"
@@ -20,8 +21,8 @@ namespace keldra::vst {
 
 namespace {
 
-enum EParameter { kLevel, kRelease, kFault, kParameterCount };
-constexpr const char* kNames[] = {"Level", "Release", "Fault"};
+enum EParameter { kLevel, kRelease, kFault, kEcho, kParameterCount };
+constexpr const char* kNames[] = {"Level", "Release", "Fault", "Echo"};
 constexpr float kFaultNotANumber = 0.25f;
 constexpr float kFaultCrash = 0.5f;
 constexpr float kFaultSlow = 1.0f;
@@ -191,7 +192,16 @@ private:
             note.phase += 6.283185307179586 * 440.0 * std::exp2((note.key - 69) / 12.0) / rate_;
         }
         std::erase_if(notes_, [](const Note& note) { return note.level <= 0.0; });
-        return sum * static_cast<double>(values_[kLevel]);
+        return WithEcho(sum * static_cast<double>(values_[kLevel]));
+    }
+
+    /// Once again, a second later.
+    double WithEcho(double sample)
+    {
+        past_.resize(static_cast<std::size_t>(rate_), 0.0);
+        double& second = past_[at_++ % past_.size()];
+        const double echo = std::exchange(second, sample);
+        return sample + echo * static_cast<double>(values_[kEcho]);
     }
 
     void Process(float** outputs, VstInt32 frames)
@@ -225,11 +235,13 @@ private:
     AEffect effect_{};
     int number_ = 0;
     std::FILE* log_ = nullptr;
-    std::array<float, kParameterCount> values_{0.5f, 0.0f, 0.0f};
+    std::array<float, kParameterCount> values_{0.5f, 0.0f, 0.0f, 0.0f};
     double rate_ = 44100.0;
     double frame_ = 0.0;
     std::vector<VstMidiEvent> events_;
     std::vector<Note> notes_;
+    std::vector<double> past_; ///< the last second
+    std::size_t at_ = 0;       ///< the next sample in it
 };
 
 } // namespace
