@@ -5,10 +5,10 @@
 
 #include "platform/PopupMenu.h"
 
-namespace keldra::headless {
+namespace keldra {
 
-/// Menus that nobody sees: writes down what is shown and plays the user. One thread.
-class CPopupMenus final : public CPopupMenuProvider {
+/// Menus without a screen: writes down what is shown and plays the user. One thread.
+class CScriptedPopupMenus final : public CPopupMenuProvider {
 public:
     [[nodiscard]] std::unique_ptr<CPopupMenu> CreateMenu() override;
 
@@ -34,4 +34,4 @@ private:
     int menuCount_ = 0;
 };
 
-} // namespace keldra::headless
+} // namespace keldra

@@ -1,13 +1,13 @@
-#include "platform/headless/PopupMenus.h"
+#include "platform/headless/ScriptedPopupMenus.h"
 
 #include <algorithm>
 #include <utility>
 
-namespace keldra::headless {
+namespace keldra {
 
-class CPopupMenus::CMenu final : public CPopupMenu {
+class CScriptedPopupMenus::CMenu final : public CPopupMenu {
 public:
-    explicit CMenu(CPopupMenus& menus) : menus_(menus) { ++menus_.menuCount_; }
+    explicit CMenu(CScriptedPopupMenus& menus) : menus_(menus) { ++menus_.menuCount_; }
 
     ~CMenu() override
     {
@@ -29,15 +29,15 @@ public:
     }
 
 private:
-    CPopupMenus& menus_;
+    CScriptedPopupMenus& menus_;
 };
 
-std::unique_ptr<CPopupMenu> CPopupMenus::CreateMenu()
+std::unique_ptr<CPopupMenu> CScriptedPopupMenus::CreateMenu()
 {
     return std::make_unique<CMenu>(*this);
 }
 
-bool CPopupMenus::Choose(int id)
+bool CScriptedPopupMenus::Choose(int id)
 {
     const auto item = std::ranges::find(items_, id, &PopupMenuItem::id);
     const bool canBe = item != items_.end() && !item->disabled && !item->separator;
@@ -47,7 +47,7 @@ bool CPopupMenus::Choose(int id)
     return true;
 }
 
-void CPopupMenus::Close(int answer)
+void CScriptedPopupMenus::Close(int answer)
 {
     items_.clear();
     owner_ = 0;
@@ -56,4 +56,4 @@ void CPopupMenus::Close(int answer)
         client->OnMenuChoice(answer); // which may show the next
 }
 
-} // namespace keldra::headless
+} // namespace keldra
