@@ -141,15 +141,16 @@ CDNWrapper::~CDNWrapper()
     Release();
 }
 
-/// Ends everything but the object itself. The editor goes before what it looks at.
+/// Ends everything but the object itself. The editor goes first: it looks at the rest, and may just
+/// be asking for the menu.
 void CDNWrapper::Release()
 {
-    menu_.reset();
     if (editor_ != nullptr)
         ShowEditor(0);
     if (renderer_ != nullptr)
         renderer_->SetEditor(nullptr);
     editor_.reset();
+    menu_.reset();
     renderer_.reset();
     voices_ = {};
 }
@@ -477,8 +478,8 @@ void CDNWrapper::AutomateParameter(int index, float value)
 
 void CDNWrapper::ShowParameterMenu(int index)
 {
-    if (menu_ != nullptr && index >= 0 && index < synthParameterCount_)
-        menu_->Show(index, editorWindow);
+    if (editor_ != nullptr && index >= 0 && index < synthParameterCount_)
+        menu_->Show(index, reinterpret_cast<std::uintptr_t>(editor_->WindowHandle()));
 }
 
 void CDNWrapper::HostNoteOn(int key, float velocity)

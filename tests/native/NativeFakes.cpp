@@ -157,7 +157,7 @@ void CFakeEditor::Close()
 
 void* CFakeEditor::WindowHandle() const
 {
-    return static_cast<char*>(parent_) + 1;
+    return parent_ != nullptr ? static_cast<char*>(parent_) + 1 : nullptr;
 }
 
 // --- Definition ---

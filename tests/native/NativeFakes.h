@@ -72,7 +72,7 @@ public:
     void Connect(CPluginRenderer& renderer, CPluginWrapper& host) override;
     void BuildPanel() override { journal.Note("build"); }
     bool LoadSkin() override;
-    [[nodiscard]] EditorSize GetSize() const override { return {521, 855}; }
+    [[nodiscard]] EditorSize WindowSize() const override { return {521, 855}; }
     bool Open(void* parent) override;
     void Close() override;
     [[nodiscard]] bool IsOpen() const override { return parent_ != nullptr; }
