@@ -4,6 +4,7 @@
 #include "engine/KeldraSynth.h"
 #include "frame/ParameterTable.h"
 #include "frame/Text.h"
+#include "gui/ToolkitMenus.h"
 
 // The one file that sees both the engine and the editor.
 
@@ -12,6 +13,7 @@ namespace keldra {
 namespace {
 
 KeldraDef definition;
+CToolkitMenus menus; // for whatever in the module shows one
 
 } // namespace
 
