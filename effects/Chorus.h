@@ -21,7 +21,7 @@ public:
     virtual ~CChorus() = default;
 
     /// Builds the lines anew, empty. Settings stay.
-    /// @param hz  1 .. 1 000 000; else everything stays as it is
+    /// @param hz  1000 .. 1 000 000; else everything stays as it is
     void SetSampleRate(double hz);
 
     void SetEnabled(bool on);   ///< the tapes keep what is on them and stand still while off

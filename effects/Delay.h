@@ -20,7 +20,7 @@ public:
     virtual ~CDelay() = default;
 
     /// Builds both lines anew, empty, two seconds long. Settings stay.
-    /// @param hz  1 .. 1 000 000; else everything stays as it is
+    /// @param hz  1000 .. 1 000 000; else everything stays as it is
     void SetSampleRate(double hz);
     /// @param bpm  beats per minute; what isn't above 0 or not finite keeps the last tempo
     void SetTempo(double bpm);

@@ -17,7 +17,7 @@ namespace keldra {
 class EffectsUnit {
 public:
     /// Builds delay and chorus anew, adjusts the shelf, then Reset. Settings stay.
-    /// @param hz  1 .. 1 000 000; else everything stays as it is
+    /// @param hz  1000 .. 1 000 000; else everything stays as it is
     void SetSampleRate(double hz);
     /// Of the host, in beats per minute, once a block; what isn't above 0 or not finite keeps the
     /// last one.

@@ -6,7 +6,12 @@ namespace keldra {
 
 namespace {
 
-constexpr int kSpareSlots = 8;  ///< beyond N; five are needed
+// How much of the ring is in use at most, after the head's step to a place H: steps of at least 1/N
+// put N + 1 samples on the lap's length before that step, both ends counted, and one more at H. One
+// before them is the left neighbour of the reading place. One is the seam among them. And the N
+// steps of a lap may, by their roundings, end just short of it and let in another one. That is N
+// + 5.
+constexpr int kSpareSlots = 8;
 constexpr double kBeyond = 2.0; ///< a place that the head never reaches
 
 } // namespace
@@ -37,88 +42,85 @@ void CTape::Erase()
 
 int CTape::StretchLimit(double widestStep) const
 {
-    // The last sample of a stretch is read less than 3/4 of a lap beyond the place where the
-    // stretch before it ended, that is more than 1/4 lap before it on the lap before: both
-    // neighbours of the reading place are within a step, and recorded. After a mute lap the first
-    // place read may be anywhere on it, so that has to be recorded whole.
+    // A stretch ends less than 3/4 of a lap beyond the place H where it began, so it reads more
+    // than 1/4 before H on the lap before. From there to the right neighbour of the reading place
+    // is no more than a step: that was recorded, at H at the latest. After a mute lap reading
+    // begins with the left end of this one, which has to be recorded until then.
     const double way = isMute_ ? 1.0 - head_ : 0.75;
     return std::clamp(static_cast<int>(way / widestStep), 1, kMaxStretch);
 }
 
-void CTape::Play(const double* steps, float* out, int samples)
+void CTape::Play(TapeMotor& motor, float* out, int samples)
 {
+    // On copies: a store into `out` might alias a member, which would be reloaded every time.
+    TapeMotor running = motor;
+    double head = head_;
+    int next = nextRead_;
+    const bool isMute = isMute_;
     turn_ = samples;
-    heads_[0] = head_;
     for (int i = 0; i < samples; ++i) {
-        head_ += steps[i];
-        if (head_ >= 1.0) {
-            head_ -= 1.0;
+        out[i] = isMute ? 0.0f : Read(head, next);
+        head += running.Step();
+        if (head >= 1.0) {
+            head -= 1.0;
             turn_ = i; // once at most: a stretch is less than a lap
+            next = TurnLap(i);
         }
-        heads_[i + 1] = head_;
+        heads_[i] = head;
     }
-
-    const int untilTurn = std::min(turn_ + 1, samples);
-    ReadLap(heads_, out, untilTurn);
-    if (turn_ < samples) {
-        const int seam = nextWritten_ + turn_;
-        TurnLap(seam < size_ ? seam : seam - size_);
-        ReadLap(heads_ + untilTurn, out + untilTurn, samples - untilTurn);
-    }
+    motor = running;
+    head_ = head;
+    nextRead_ = next;
 }
 
-void CTape::ReadLap(const double* heads, float* out, int samples)
+/// What the lap before has at the head. @param next  a slot: the first one that isn't behind the
+/// head
+inline float CTape::Read(double head, int& next) const
 {
-    if (isMute_) {
-        std::fill_n(out, samples, 0.0f);
-        return;
-    }
-    // Each sample laid is passed once, so the search takes a step or two in the long run, whatever
-    // the speeds.
+    // Each sample is passed once, and one is laid for each that is read: the search takes one or
+    // two steps in the long run, whatever the speeds.
     const double* const places = Places();
-    const float* const laid = Samples();
-    std::ptrdiff_t next = nextRead_;
-    const std::ptrdiff_t end = size_;
-    for (int i = 0; i < samples; ++i) {
-        const double head = heads[i];
+    while (places[next] < head)
+        ++next;
+    if (next == size_) {
+        next = 0;
         while (places[next] < head)
             ++next;
-        if (next == end) {
-            next = 0;
-            while (places[next] < head)
-                ++next;
-        }
-        const auto fraction =
-            static_cast<float>((head - places[next - 1]) / (places[next] - places[next - 1]));
-        out[i] = laid[next - 1] + (laid[next] - laid[next - 1]) * fraction;
     }
-    nextRead_ = static_cast<int>(next);
+    const float* const samples = Samples();
+    const auto fraction =
+        static_cast<float>((head - places[next - 1]) / (places[next] - places[next - 1]));
+    return samples[next - 1] + (samples[next] - samples[next - 1]) * fraction;
 }
 
-/// The lap that was laid becomes the one to read. @param seam  the slot that will close it
-void CTape::TurnLap(int seam)
+/// The lap that was laid becomes the one to read.
+/// @param closing  the sample of the stretch that closes it. @return  the slot where it begins
+int CTape::TurnLap(int closing)
 {
     double* const places = Places();
     float* const samples = Samples();
     places[seam_] = places[seam_ - 1] - 1.0;
     samples[seam_] = samples[seam_ - 1];
-    nextRead_ = seam_ + 1;
-    if (nextRead_ == size_) {
+    int begin = seam_ + 1;
+    if (begin == size_) {
         places[-1] = places[seam_];
         samples[-1] = samples[seam_];
-        nextRead_ = 0;
+        begin = 0;
     }
-    seam_ = seam;
+    seam_ = nextWritten_ + closing;
+    if (seam_ >= size_)
+        seam_ -= size_;
+    return begin;
 }
 
 void CTape::Record(const float* written, int samples, bool isAudible)
 {
-    Append(heads_ + 1, written, turn_);
+    Append(heads_, written, turn_);
     if (turn_ < samples) {
         lapIsEmpty_ = lapIsEmpty_ && turn_ == 0;
-        const double beyond = heads_[turn_ + 1] + 1.0; // exactly the head before it was set back
+        const double beyond = heads_[turn_] + 1.0; // exactly the head before it was set back
         Append(&beyond, written + turn_, 1);
-        Append(heads_ + 1 + turn_, written + turn_, samples - turn_);
+        Append(heads_ + turn_, written + turn_, samples - turn_);
         // The samples of this stretch count for both laps.
         isMute_ = lapIsEmpty_ || !(lapIsAudible_ || isAudible);
         lapIsAudible_ = isAudible;

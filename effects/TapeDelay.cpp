@@ -156,9 +156,7 @@ float CTapeDelay::Process(float x)
 
 void CTapeDelay::Play(float* echo, int samples)
 {
-    double steps[kMaxStretch];
-    motor_.Run(steps, samples);
-    tape_.Play(steps, echo, samples);
+    tape_.Play(motor_, echo, samples);
     for (int i = 0; i < samples; ++i)
         echo[i] = WithoutTiny(echo[i]);
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <algorithm>
+
 namespace keldra {
 
 /// What moves the tape of a CTapeDelay: a speed that glides to its target, and a slow wobble on it
@@ -16,11 +18,34 @@ struct TapeMotor {
     /// is N).
     static constexpr double kWidestStep = 0.2;
 
-    /// Runs for some samples. @param steps  the way of each in laps, minSpeed .. kWidestStep
-    void Run(double* steps, int samples);
+    /// Runs for a sample. @return its way in laps, minSpeed .. kWidestStep
+    double Step();
 
     /// No step is wider than this while the target stays.
-    [[nodiscard]] double FastestStep() const;
+    [[nodiscard]] double FastestStep() const
+    {
+        return Limit((1.0 + depth) * std::max(speed, targetSpeed));
+    }
+
+private:
+    static constexpr double kGlide = 0.005; ///< of the rest, a sample
+
+    [[nodiscard]] double Limit(double step) const
+    {
+        return std::max(minSpeed, std::min(kWidestStep, step));
+    }
 };
+
+inline double TapeMotor::Step()
+{
+    const double triangle = 2.0 * std::min(lfoPhase, 1.0 - lfoPhase);
+    const double rounded = triangle * (3.0 - 2.0 * triangle) * triangle; // smoothstep
+    lfoPhase += lfoIncrement;
+    if (lfoPhase >= 1.0)
+        lfoPhase -= 1.0;
+    const double step = Limit((1.0 + rounded * depth) * speed);
+    speed += (targetSpeed - speed) * kGlide;
+    return step;
+}
 
 } // namespace keldra
