@@ -203,7 +203,7 @@ void CGalleryPort::AddKeyboard()
     keyboard.SetKeyImages(&white_, &black_);
     keyboard.SetRange(3, 48);
     std::array<std::uint8_t, CControlKeyboard::kNotes> states{};
-    for (const std::size_t note : {36, 40, 43, 54, 60, 62})
+    for (const std::size_t note : {36u, 40u, 43u, 54u, 60u, 62u})
         states[note] = 1;
     keyboard.SetKeyStates(states);
 }
