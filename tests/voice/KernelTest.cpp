@@ -245,7 +245,55 @@ TEST(Kernel, AgreesForAnyNumberOfVoicesWithVoicesThatWereFreedAmongThem)
     }
 }
 
-TEST(Kernel, RendersAGroupAndAVoiceOnTopOfItAsItRendersThemTogether)
+// What a call leaves out must not be missed when a later one needs it: also by a voice that was
+// free meanwhile, went on in a group, and plays again from where its filter is.
+TEST(Kernel, AgreesWhenWaveformsNoiseAndFilterChangeWhileAFreeVoiceFillsTheGroup)
+{
+    const auto play = [](auto&& render) {
+        CVoiceRig rig(44100.0, 4);
+        rig.patch.amp.releaseSeconds = 0.005f;
+        rig.Set(rig.patch.cutoff, 0.3f);
+        rig.Set(rig.patch.noiseBalance, 0.5f);
+        rig.patch.filterMode = kHighPass;
+        StereoSound piece;
+        const auto goOn = [&] {
+            constexpr int kBlocks[] = {512};
+            const StereoSound part = render(rig, Divided(8 * 512, kBlocks));
+            piece.left.insert(piece.left.end(), part.left.begin(), part.left.end());
+            piece.right.insert(piece.right.end(), part.right.begin(), part.right.end());
+        };
+        for (int i = 0; i < 3; ++i)
+            rig.Start(i, 45 + 7 * i);
+        goOn();
+        rig.Release(1);
+        goOn();
+        EXPECT_NE(rig.Voice(1).IsFree(), rig.Twin(1).note < 0); // only one of them was rendered
+        rig.Set(rig.patch.noiseBalance, 0.0f);
+        goOn();
+        rig.patch.shapeA = rig.patch.shapeB = 1.0f;
+        rig.patch.sync = true;
+        rig.patch.filterMode = kLowPass;
+        goOn();
+        rig.Start(1, 60);
+        goOn();
+        rig.patch.shapeA = 0.0f;
+        rig.patch.sync = false;
+        rig.patch.ring = true;
+        goOn();
+        return piece;
+    };
+    const StereoSound truth =
+        play([](CVoiceRig& rig, const auto& blocks) { return rig.RenderTwins(blocks); });
+    for (const VoiceKernel* kernel : KernelsOfThisMachine())
+        EXPECT_LT(ErrorDb(play([&](CVoiceRig& rig, const auto& blocks) {
+                              return rig.RenderWith(*kernel, blocks);
+                          }),
+                          truth),
+                  -95.0)
+            << kernel->name;
+}
+
+TEST(Kernel, RendersPartsOfABlockAndAVoiceOnTopOfAGroupAsItRendersThemTogether)
 {
     const auto begin = [](CVoiceRig& rig) {
         Everything(rig);
@@ -267,7 +315,8 @@ TEST(Kernel, RendersAGroupAndAVoiceOnTopOfItAsItRendersThemTogether)
     StereoSound sound{std::vector<float>(64, 99.0f), std::vector<float>(64, 99.0f)};
     KeldraGenerator* const group[] = {&apart.Voice(0), &apart.Voice(1), &apart.Voice(2),
                                       &apart.Voice(3)};
-    RenderVoices4(sound.left.data(), sound.right.data(), 64, group, apart.patch, true);
+    RenderVoices4(sound.left.data(), sound.right.data(), 40, group, apart.patch, true);
+    RenderVoices4(sound.left.data() + 40, sound.right.data() + 40, 24, group, apart.patch, true);
     RenderVoice1(sound.left.data(), sound.right.data(), 64, apart.Voice(4), apart.patch, false);
     EXPECT_LT(ErrorDb(sound, truth), -110.0);
 }

@@ -338,6 +338,7 @@ TEST(Voice, FreesItselfAfterItsReleaseAndIsSilentFromThenOn)
 
     rig.Start(2, 72); // it sounds again as before
     EXPECT_GT(Rms(rig.Render(rig.Samples(0.1)).left), 0.01);
+    rig.Voice(2).PrepareBlock(512); // which must not come to sound any more
     rig.Reset(2);
     EXPECT_EQ(Rms(rig.Render(rig.Samples(0.1)).left), 0.0);
 }
