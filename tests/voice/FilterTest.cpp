@@ -87,11 +87,8 @@ TEST(Filter, FollowsKeyVelocityAndModulation)
         {"loud", [](CVoiceRig& r) { r.patch.velocityTracking = 0.4f; }, 33, 1.0f, 8.2},
         {"the host", [](CVoiceRig& r) { r.keys.cutoffOffset[33] = -0.1f; }, 33, 0.5f, -16.0},
         {"wheel by its square",
-         [](CVoiceRig& r) {
-             r.Set(r.patch.modWheelAmount, 0.5f);
-             r.patch.modWheel = 0.4f;
-         },
-         33, 0.5f, 8.2},
+         [](CVoiceRig& r) { r.Set(r.patch.modWheelAmount, 0.5f), r.patch.modWheel = 0.4f; }, 33,
+         0.5f, 8.2},
         {"LFO downwards",
          [](CVoiceRig& r) {
              r.lfo.shape = CVoiceLfo::kPulse;

@@ -80,53 +80,29 @@ TEST(Voice, SoundsAtThePitchThatEverythingAddsUpTo)
         {"octaver, alone", [](CVoiceRig& r) { r.patch.octaver = true; }, 220.0},
         {"octaver, second of two",
          [](CVoiceRig& r) {
-             r.patch.octaver = true;
-             r.patch.unisonDetune = 0;
-             PlaceInUnison(r, 1, 2);
+             r.patch.octaver = true, r.patch.unisonDetune = 0, PlaceInUnison(r, 1, 2);
          },
          440.0},
         {"first of two in unison",
-         [](CVoiceRig& r) {
-             r.patch.unisonDetune = 2;
-             PlaceInUnison(r, 0, 2);
-         },
-         207.65},
+         [](CVoiceRig& r) { r.patch.unisonDetune = 2, PlaceInUnison(r, 0, 2); }, 207.65},
         {"fourth of five in unison",
-         [](CVoiceRig& r) {
-             r.patch.unisonDetune = 2;
-             PlaceInUnison(r, 3, 5);
-         },
-         226.45},
+         [](CVoiceRig& r) { r.patch.unisonDetune = 2, PlaceInUnison(r, 3, 5); }, 226.45},
         {"oscillator B",
          [](CVoiceRig& r) {
-             HearB(r);
-             r.patch.pitchBSemitones = 7;
-             r.patch.detuneBSemitones = 0.5f;
+             HearB(r), r.patch.pitchBSemitones = 7, r.patch.detuneBSemitones = 0.5f;
          },
          339.29},
         {"EG to A, whole semitones", [](CVoiceRig& r) { HoldEnvelope(r, kEgToPitchA, 0.33f); },
          329.63},
         {"EG to A, downwards", [](CVoiceRig& r) { HoldEnvelope(r, kEgToPitchA, -0.5f); }, 110.0},
         {"EG to A doesn't move B",
-         [](CVoiceRig& r) {
-             HearB(r);
-             HoldEnvelope(r, kEgToPitchA, 0.5f);
-         },
-         220.0},
+         [](CVoiceRig& r) { HearB(r), HoldEnvelope(r, kEgToPitchA, 0.5f); }, 220.0},
         {"EG to A and B moves B",
-         [](CVoiceRig& r) {
-             HearB(r);
-             HoldEnvelope(r, kEgToPitchAB, 0.5f);
-         },
-         440.0},
+         [](CVoiceRig& r) { HearB(r), HoldEnvelope(r, kEgToPitchAB, 0.5f); }, 440.0},
         {"LFO to A, by the fourth power", [](CVoiceRig& r) { HoldLfo(r, kLfoToPitchA, 0.5f); },
          239.91},
         {"LFO to A, downwards", [](CVoiceRig& r) { HoldLfo(r, kLfoToPitchA, -0.5f); }, 201.74},
-        {"LFO to A and B moves B",
-         [](CVoiceRig& r) {
-             HearB(r);
-             HoldLfo(r, kLfoToPitchAB, 1.0f);
-         },
+        {"LFO to A and B moves B", [](CVoiceRig& r) { HearB(r), HoldLfo(r, kLfoToPitchAB, 1.0f); },
          880.0},
         {"wheel to A, by the third power",
          [](CVoiceRig& r) { HoldWheel(r, kWheelToPitchA, -0.5f); }, 184.997},
@@ -163,19 +139,10 @@ TEST(Voice, HasPulsesFromOnePercentToASquare)
         {"width 0", [](CVoiceRig&) {}, 0.01},
         {"width 1", [](CVoiceRig& r) { r.Set(r.patch.pulseWidthA, 1.0f); }, 0.5},
         {"half", [](CVoiceRig& r) { r.Set(r.patch.pulseWidthA, 0.5f); }, 0.255},
-        {"B",
-         [](CVoiceRig& r) {
-             HearB(r);
-             r.Set(r.patch.pulseWidthB, 0.8f);
-         },
-         0.402},
+        {"B", [](CVoiceRig& r) { HearB(r), r.Set(r.patch.pulseWidthB, 0.8f); }, 0.402},
         {"EG, beyond the limit", [](CVoiceRig& r) { HoldEnvelope(r, kEgToWidthA, -0.7f); }, 0.01},
         {"EG to A and B moves B",
-         [](CVoiceRig& r) {
-             HearB(r);
-             HoldEnvelope(r, kEgToWidthAB, 0.5f);
-         },
-         0.255},
+         [](CVoiceRig& r) { HearB(r), HoldEnvelope(r, kEgToWidthAB, 0.5f); }, 0.255},
         {"LFO and wheel add up",
          [](CVoiceRig& r) {
              HoldLfo(r, kLfoToWidthA, 0.25f);
@@ -183,11 +150,7 @@ TEST(Voice, HasPulsesFromOnePercentToASquare)
          },
          0.255},
         {"wheel to A and B moves B",
-         [](CVoiceRig& r) {
-             HearB(r);
-             HoldWheel(r, kWheelToWidthAB, 0.5f);
-         },
-         0.255},
+         [](CVoiceRig& r) { HearB(r), HoldWheel(r, kWheelToWidthAB, 0.5f); }, 0.255},
     };
     for (const auto& [what, arrange, high] : kRows) {
         CVoiceRig rig(44100.0);
@@ -250,24 +213,13 @@ TEST(Voice, StandsWhereUnisonPanAndHostPutIt)
     constexpr Place kPlaces[] = {
         {"in the middle", [](CVoiceRig&) {}, 1.0, 1.0},
         {"first of three, spread",
-         [](CVoiceRig& r) {
-             r.patch.unisonPan = 1.0f;
-             PlaceInUnison(r, 0, 3);
-         },
-         0.0, 1.0},
+         [](CVoiceRig& r) { r.patch.unisonPan = 1.0f, PlaceInUnison(r, 0, 3); }, 0.0, 1.0},
         {"third of three, half spread",
-         [](CVoiceRig& r) {
-             r.patch.unisonPan = 0.5f;
-             PlaceInUnison(r, 2, 3);
-         },
-         1.0, 0.5},
+         [](CVoiceRig& r) { r.patch.unisonPan = 0.5f, PlaceInUnison(r, 2, 3); }, 1.0, 0.5},
         {"LFO to the left", [](CVoiceRig& r) { HoldLfo(r, kLfoToPan, 1.0f); }, 2.0, 0.0},
         {"LFO half to the right", [](CVoiceRig& r) { HoldLfo(r, kLfoToPan, -0.5f); }, 0.5, 1.5},
         {"gains of the host",
-         [](CVoiceRig& r) {
-             r.keys.leftGain[kTestKey] = 0.25f;
-             r.keys.rightGain[kTestKey] = 2.0f;
-         },
+         [](CVoiceRig& r) { r.keys.leftGain[kTestKey] = 0.25f, r.keys.rightGain[kTestKey] = 2.0f; },
          0.25, 2.0},
         {"soft", [](CVoiceRig& r) { r.Voice(0).velocity = 0.5f; }, 0.5, 0.5},
     };
