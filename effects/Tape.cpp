@@ -1,6 +1,7 @@
 #include "effects/Tape.h"
 
 #include <algorithm>
+#include <cassert>
 
 namespace keldra {
 
@@ -113,8 +114,16 @@ int CTape::TurnLap(int closing)
     return begin;
 }
 
+/// Slots that nobody will read again.
+int CTape::FreeSlots() const
+{
+    const int inUse = nextWritten_ - (nextRead_ - 1);
+    return size_ - (inUse < 0 ? inUse + size_ : inUse);
+}
+
 void CTape::Record(const float* written, int samples, bool isAudible)
 {
+    assert(isMute_ || samples + (turn_ < samples ? 1 : 0) <= FreeSlots());
     Append(heads_, written, turn_);
     if (turn_ < samples) {
         lapIsEmpty_ = lapIsEmpty_ && turn_ == 0;

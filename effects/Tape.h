@@ -64,6 +64,7 @@ public:
 private:
     [[nodiscard]] float Read(double head, int& next) const;
     int TurnLap(int closing);
+    [[nodiscard]] int FreeSlots() const;
     void Append(const double* places, const float* samples, int count);
 
     // Slots 0 .. size_ - 1 are the ring. Two more make reading simple: -1 repeats the last slot, so
