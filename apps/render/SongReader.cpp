@@ -102,10 +102,11 @@ private:
     std::int64_t Tick()
     {
         constexpr std::int64_t kMost = Song::kMaxTick / 2; // SMPTE doubles it
-        if (Mf_currtime < 0 || Mf_currtime > kMost) {
+        if (Mf_currtime < lastTime_ || Mf_currtime > kMost) {
             Fail("its times are beyond all reason");
             return 0;
         }
+        lastTime_ = Mf_currtime;
         return Mf_currtime * ticksPerCount_;
     }
 
@@ -203,7 +204,7 @@ private:
     }
     void Mf_endtrack() override { song_.endTick = std::max(song_.endTick, Tick()); }
 
-    void Mf_starttrack() override {}
+    void Mf_starttrack() override { lastTime_ = 0; }
     void Mf_eot() override {}
     void Mf_chanprefix(int) override {}
     void Mf_portprefix(int) override {}
@@ -222,7 +223,8 @@ private:
     std::string problem_;   ///< the first one
     Song song_;
     bool sawHeader_ = false;
-    int ticksPerCount_ = 1; ///< ours for one of the file's
+    std::int64_t lastTime_ = 0; ///< in the track at hand, in the file's ticks
+    int ticksPerCount_ = 1;     ///< ours for one of the file's
 };
 
 } // namespace

@@ -111,6 +111,8 @@ TEST(SongReader, RefusesWhatIsNoWholeSongAndSaysWhy)
         {"a status byte for data", MidiFile(96, {Track(Hex("00 903C90"))}), "above 127"},
         {"a clock tick", MidiFile(96, {Track(Hex("00 F8"))}), "unexpected byte"},
         {"times beyond all reason", MidiFile(96, {Track(endless)}), "beyond all reason"},
+        {"a time so long that it counts as -1",
+         MidiFile(96, {Track(Hex("0A 903C40 81FFFFFFFFFFFFFFFF7F 803C00"))}), "beyond all reason"},
         {"a time of forty digits",
          MidiFile(96, {Track(std::string(40, '\xFF') + Hex("7F 903C40"))}), "beyond all reason"},
     };
