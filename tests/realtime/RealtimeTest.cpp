@@ -1,5 +1,7 @@
+#include <algorithm>
 #include <array>
 #include <atomic>
+#include <dlfcn.h>
 #include <gtest/gtest.h>
 #include <memory>
 #include <mutex>
@@ -9,6 +11,8 @@
 #include <vector>
 
 #include "apps/host/VstHost.h"
+#include "tests/native/NativeHost.h"
+#include "tests/native/ScriptedStream.h"
 #include "tests/realtime/CallCounter.h"
 
 // The real module, played as hosts play it, with the C library's memory, lock and file calls
@@ -21,11 +25,12 @@ namespace {
 constexpr double kRate = 48000.0;
 constexpr int kBlockFrames = 512;
 
+const std::string kModulePath = std::string(KELDRA_BINARY_DIR) + "/Keldra/Keldra.so";
+
 std::unique_ptr<vst::CVstHost> MakeHost()
 {
     std::string error;
-    const auto module =
-        vst::CVstModule::Load(std::string(KELDRA_BINARY_DIR) + "/Keldra/Keldra.so", error);
+    const auto module = vst::CVstModule::Load(kModulePath, error);
     EXPECT_NE(module, nullptr) << error;
     auto host = vst::CVstHost::Create(module, {}, nullptr, error);
     EXPECT_NE(host, nullptr) << error;
@@ -144,6 +149,69 @@ TEST(Realtime, NothingIsAllocatedOrWaitedForWhileOthersChangeEverything)
     setter.join();
     loader.join();
     EXPECT_EQ(CCallCounter::Calls(), 0) << CCallCounter::FirstCalled();
+}
+
+TEST(Realtime, NothingIsAllocatedOrWaitedForByTheVoicesOfANativeHost)
+{
+    const auto other = MakeHost(); // both kinds of instances in one process
+    for (int index = 81; index <= 154; ++index)
+        other->SetParameter(index, static_cast<float>(index % 100)); // links everywhere
+    other->SetParameter(75, 2.0f);                                   // three unison voices
+    const std::vector<std::byte> state = other->GetChunk();
+    std::string saved = "SSND\xB4\x02";
+    saved.append(2, '\0').append(reinterpret_cast<const char*>(state.data()), state.size());
+
+    void* const module = dlopen(kModulePath.c_str(), RTLD_NOW | RTLD_LOCAL);
+    ASSERT_NE(module, nullptr);
+    CScriptedHost host;
+    ASSERT_TRUE(
+        host.Load(reinterpret_cast<CScriptedHost::Entry>(dlsym(module, "CreatePlugInstance"))));
+    const auto load = [&] {
+        CScriptedStream stream(saved);
+        host.Call(3, stream.Get(), std::int32_t{0});
+    };
+    load();
+
+    std::vector<float> buffer(2 * kBlockFrames);
+    std::array<ScriptedVoice, 16> voices;
+    std::mt19937 random(1);
+    const auto pick = [&](int count) { return static_cast<int>(random() % unsigned(count)); };
+    const auto play = [&](int blocks) {
+        for (int block = 0; block < blocks; ++block) {
+            std::ranges::fill(buffer, 0.0f);
+            const CCallCounter watch;
+            for (int i = 0; i < 8; ++i) {
+                ScriptedVoice& voice = voices[static_cast<std::size_t>(pick(16))];
+                voice.initialPitch = voice.pitch = static_cast<float>(pick(12800));
+                voice.cutoffOffset = static_cast<float>(pick(100)) * 0.01f;
+                host.Start(voice, i);
+                host.Exchange(74 + pick(129), pick(257), 1);
+                host.Exchange(pick(74), pick(257), 1);
+                host.Release(pick(128));
+                host.Kill(pick(128));
+            }
+            host.Command(12, pick(2));
+            host.Render(buffer);
+        }
+    };
+    CCallCounter::Forget();
+    play(200);
+    EXPECT_EQ(CCallCounter::Calls(), 0) << CCallCounter::FirstCalled();
+
+    std::atomic<bool> stop{false};
+    std::thread control([&] { // takes the engine away, again and again
+        for (int i = 0; !stop; ++i) {
+            host.Command(i % 8 == 0 ? 4 : 2, 44100 + i % 2);
+            load();
+            std::this_thread::yield();
+        }
+    });
+    play(200);
+    stop = true;
+    control.join();
+    EXPECT_EQ(CCallCounter::Calls(), 0) << CCallCounter::FirstCalled();
+    host.Close();
+    dlclose(module);
 }
 
 } // namespace keldra::test
