@@ -7,7 +7,7 @@ list(FILTER headers EXCLUDE REGEX "^(build|out)/|-inl\\.h$")
 
 list(JOIN INCLUDES " " INCLUDES)
 set(ninja "rule compile
-  command = ${LAUNCHER} ${COMPILER} -std=c++20 -I${SOURCE_DIR} '-DKELDRA_SOURCE_DIR=\"\"' ${INCLUDES} -MD -MF $out.d -c $in -o $out
+  command = ${LAUNCHER} ${COMPILER} -std=c++20 -I${SOURCE_DIR} '-DKELDRA_SOURCE_DIR=\"\"' '-DKELDRA_BINARY_DIR=\"\"' ${INCLUDES} -MD -MF $out.d -c $in -o $out
   deps = gcc
   depfile = $out.d
 ")

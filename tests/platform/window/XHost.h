@@ -11,6 +11,7 @@
 #include <unistd.h>
 #include <xcb/xtest.h>
 
+#include "platform/Window.h"
 #include "platform/x11/WindowConnection.h"
 
 namespace keldra {
