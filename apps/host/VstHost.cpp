@@ -336,7 +336,7 @@ VstIntPtr CVstHost::Answer(VstInt32 opcode, VstInt32 index, VstIntPtr value, voi
     case audioMasterGetLanguage:
         return kVstLangEnglish;
     case audioMasterGetSampleRate:
-        return static_cast<VstIntPtr>(sampleRate_.load());
+        return static_cast<VstIntPtr>(std::fmin(std::fmax(sampleRate_.load(), 0.0), 1e9));
     case audioMasterGetBlockSize:
         return maxBlockFrames_.load();
     case audioMasterGetCurrentProcessLevel:

@@ -6,7 +6,6 @@
 #include <new>
 
 #include "frame/StateBlock.h"
-#include "frame/Text.h"
 
 namespace keldra::test {
 
@@ -16,12 +15,37 @@ namespace {
 
 CFakeDefinition definition;
 
-std::string Number(double value)
-{
-    std::array<char, 64> text;
-    CTextWriter(text).AppendFixed(value, 2);
-    return text.data();
-}
+class CFakeEditor final : public CEditorPort {
+public:
+    ~CFakeEditor() override { journal.Note("editor gone"); }
+    void Connect(CPluginRenderer& renderer, CPluginWrapper& host) override
+    {
+        const bool isRight = renderer.Editor() == this && renderer.HostWrapper() == &host;
+        journal.Note(isRight ? "connect" : "wrong connection");
+    }
+    void BuildPanel() override { journal.Note("build"); }
+    bool LoadSkin() override
+    {
+        journal.Note("skin");
+        return definition.behaviour.skinLoads;
+    }
+    [[nodiscard]] EditorSize WindowSize() const override { return {521, 855}; }
+    bool Open(void* parent) override
+    {
+        journal.Note("open " + std::to_string(reinterpret_cast<std::uintptr_t>(parent)));
+        return open_ = definition.behaviour.windowOpens;
+    }
+    void Close() override
+    {
+        journal.Note("close");
+        open_ = false;
+    }
+    [[nodiscard]] bool IsOpen() const override { return open_; }
+    [[nodiscard]] void* WindowHandle() const override { return nullptr; }
+
+private:
+    bool open_ = false;
+};
 
 } // namespace
 
@@ -29,151 +53,6 @@ CFakeDefinition& Definition()
 {
     return definition;
 }
-
-// --- Engine ---
-
-CFakeRenderer::CFakeRenderer()
-{
-    newest = this;
-    output_.Allocate(2, 64);
-    SetParameterName(0, "OscA Shape");
-    SetParameterName(1, std::string(127, 'n'));
-    for (int index = 0; index < kParameterCount; ++index)
-        SetParameter(index, static_cast<float>(index) / 256.0f);
-}
-
-CFakeRenderer::~CFakeRenderer()
-{
-    journal.Note("renderer gone");
-}
-
-void CFakeRenderer::SetSampleRate(double hz)
-{
-    journal.Note("rate " + Number(hz));
-    keysHeld_ = 0;
-    CPluginRenderer::SetSampleRate(hz);
-}
-
-void CFakeRenderer::SetTempo(double beatsPerMinute)
-{
-    journal.Note("tempo " + Number(beatsPerMinute));
-    CPluginRenderer::SetTempo(beatsPerMinute);
-}
-
-void CFakeRenderer::SetSongPosition(double quarterNotes)
-{
-    journal.Note("position " + Number(quarterNotes));
-    CPluginRenderer::SetSongPosition(quarterNotes);
-}
-
-void CFakeRenderer::SetTransportPlaying(bool playing)
-{
-    journal.Note(playing ? "playing" : "stopped");
-}
-
-void CFakeRenderer::Render()
-{
-    const float level = keysHeld_ > 0 ? 0.5f : 0.0f;
-    for (int channel = 0; channel < output_.ChannelCount(); ++channel)
-        for (int i = 0; i < output_.FrameCount(); ++i)
-            output_.Channel(channel)[i] += level;
-}
-
-void CFakeRenderer::NoteOn(int key)
-{
-    ++keysHeld_;
-    journal.Note("on " + std::to_string(key));
-}
-
-void CFakeRenderer::NoteOff(int key)
-{
-    --keysHeld_;
-    journal.Note("off " + std::to_string(key));
-}
-
-void CFakeRenderer::ControlChange(int controller)
-{
-    if (controller != 20)
-        return;
-    SetParameter(3, Controller(controller));
-    ReportAutomation(3, Controller(controller));
-}
-
-void CFakeRenderer::GetParameterLabel(int, std::span<char> text) const
-{
-    CopyText(std::string(100, 'l'), text);
-}
-
-void CFakeRenderer::GetParameterDisplay(int index, std::span<char> text) const
-{
-    CopyText(index == 1 ? std::string(100, 'd') : "50000 ms", text);
-}
-
-int CFakeRenderer::GetChunk(void* buffer) const
-{
-    if (buffer != nullptr) {
-        std::array<float, kParameterCount> values;
-        CopyValues(values);
-        std::array<char, 64> name;
-        GetProgramName(name);
-        WriteStateBlock(
-            values, name.data(),
-            std::span<std::byte, kStateSize>(static_cast<std::byte*>(buffer), kStateSize));
-    }
-    return static_cast<int>(kStateSize);
-}
-
-bool CFakeRenderer::SetChunk(const void* data, int size)
-{
-    const StateBlockContent content =
-        ReadStateBlock({static_cast<const std::byte*>(data), static_cast<std::size_t>(size)});
-    ProgramValues program;
-    program.count = content.valueCount;
-    program.values = content.values;
-    ChangeProgram(program);
-    if (content.hasName)
-        SetProgramName(content.name.data());
-    return content.Accepted();
-}
-
-// --- Editor ---
-
-CFakeEditor::~CFakeEditor()
-{
-    journal.Note("editor gone");
-}
-
-void CFakeEditor::Connect(CPluginRenderer& renderer, CPluginWrapper& host)
-{
-    journal.Note(renderer.Editor() == this && renderer.HostWrapper() == &host ? "connect"
-                                                                              : "wrong connection");
-}
-
-void CFakeEditor::BuildPanel()
-{
-    journal.Note("build");
-}
-
-bool CFakeEditor::LoadSkin()
-{
-    journal.Note("skin");
-    return definition.behaviour.skinLoads;
-}
-
-bool CFakeEditor::Open(void* parent)
-{
-    journal.Note("open " + std::to_string(reinterpret_cast<std::uintptr_t>(parent)));
-    open_ = definition.behaviour.windowOpens;
-    return open_;
-}
-
-void CFakeEditor::Close()
-{
-    journal.Note("close");
-    open_ = false;
-}
-
-// --- Definition ---
 
 CFakeDefinition::CFakeDefinition()
 {
@@ -197,28 +76,58 @@ std::unique_ptr<CEditorPort> CFakeDefinition::CreateEditor() const
     return behaviour.hasEditor ? std::make_unique<CFakeEditor>() : nullptr;
 }
 
+CFakeRenderer::CFakeRenderer()
+{
+    newest = this;
+    output_.Allocate(2, 64);
+    SetParameterName(0, "OscA Shape");
+    SetParameterName(1, std::string(127, 'n'));
+    for (int index = 0; index < kParameterCount; ++index)
+        SetParameter(index, static_cast<float>(index) / 256.0f);
+}
+
+void CFakeRenderer::Render()
+{
+    const float level = keysHeld_ > 0 ? 0.5f : 0.0f;
+    for (int channel = 0; channel < output_.ChannelCount(); ++channel)
+        for (int i = 0; i < output_.FrameCount(); ++i)
+            output_.Channel(channel)[i] += level;
+}
+
+void CFakeRenderer::ControlChange(int controller)
+{
+    if (controller != 20)
+        return;
+    SetParameter(3, Controller(controller));
+    ReportAutomation(3, Controller(controller));
+}
+
+int CFakeRenderer::GetChunk(void* buffer) const
+{
+    if (buffer != nullptr) {
+        std::array<float, kParameterCount> values;
+        CopyValues(values);
+        std::array<char, kStateNameSize> name;
+        GetProgramName(name);
+        const std::span<std::byte> block(static_cast<std::byte*>(buffer), kStateSize);
+        WriteStateBlock(values, name.data(), block.first<kStateSize>());
+    }
+    return static_cast<int>(kStateSize);
+}
+
+bool CFakeRenderer::SetChunk(const void* data, int size)
+{
+    const StateBlockContent content =
+        ReadStateBlock({static_cast<const std::byte*>(data), static_cast<std::size_t>(size)});
+    ProgramValues program;
+    program.count = content.valueCount;
+    program.values = content.values;
+    ChangeProgram(program);
+    SetProgramName(content.name.data());
+    return content.Accepted();
+}
+
 // --- Host ---
-
-CFakeHost* CFakeHost::current_ = nullptr;
-
-bool CFakeHost::Load()
-{
-    effect = CreateVstInstance(&Callback);
-    return effect != nullptr;
-}
-
-void CFakeHost::Close()
-{
-    if (effect != nullptr)
-        Dispatch(effClose);
-    effect = nullptr;
-}
-
-VstIntPtr CFakeHost::Dispatch(VstInt32 opcode, VstInt32 index, VstIntPtr value, void* ptr,
-                              float opt)
-{
-    return effect->dispatcher(effect, opcode, index, value, ptr, opt);
-}
 
 std::string CFakeHost::Text(VstInt32 opcode, VstInt32 index)
 {
@@ -228,7 +137,7 @@ std::string CFakeHost::Text(VstInt32 opcode, VstInt32 index)
     return std::string(TextIn(text));
 }
 
-void CFakeHost::SendEvents(std::vector<VstEvent*> events)
+void CFakeHost::SendEvents(const std::vector<VstEvent*>& events)
 {
     // The published structure, but as long as it has to be.
     std::vector<std::byte> memory(sizeof(VstEvents) + events.size() * sizeof(VstEvent*));
@@ -238,11 +147,10 @@ void CFakeHost::SendEvents(std::vector<VstEvent*> events)
     Dispatch(effProcessEvents, 0, 0, list);
 }
 
-void CFakeHost::SendMidi(std::initializer_list<VstMidiEvent> events)
+void CFakeHost::SendMidi(std::vector<VstMidiEvent> events)
 {
-    std::vector<VstMidiEvent> copies(events);
     std::vector<VstEvent*> pointers;
-    for (VstMidiEvent& event : copies)
+    for (VstMidiEvent& event : events)
         pointers.push_back(reinterpret_cast<VstEvent*>(&event));
     SendEvents(pointers);
 }
@@ -277,8 +185,7 @@ VstIntPtr KELDRA_VST_CALL CFakeHost::Callback(AEffect* effect, VstInt32 opcode, 
         journal.Note("time " + std::to_string(value) + "?");
         return host.hasTime ? reinterpret_cast<VstIntPtr>(&host.time) : 0;
     case audioMasterAutomate:
-        journal.Note("automate " + std::to_string(index) + " " +
-                     Number(static_cast<double>(opt) * 256.0));
+        journal.Note(("automate " + std::to_string(index)).c_str(), static_cast<double>(opt) * 256);
         return 0;
     default:
         journal.Note("host " + std::to_string(opcode) + " " + std::to_string(index) + " " +
@@ -289,15 +196,17 @@ VstIntPtr KELDRA_VST_CALL CFakeHost::Callback(AEffect* effect, VstInt32 opcode, 
 
 VstMidiEvent Midi(int frames, int status, int data1, int data2)
 {
-    VstMidiEvent event{};
-    event.type = kVstMidiType;
-    event.byteSize = sizeof(VstMidiEvent);
-    event.deltaFrames = frames;
-    event.midiData[0] = static_cast<char>(status);
-    event.midiData[1] = static_cast<char>(data1);
-    event.midiData[2] = static_cast<char>(data2);
-    event.midiData[3] = 0x5A; // some hosts leave it as it was
-    return event;
+    return {kVstMidiType,
+            sizeof(VstMidiEvent),
+            frames,
+            0,
+            0,
+            0,
+            {static_cast<char>(status), static_cast<char>(data1), static_cast<char>(data2), 0x5A},
+            0,
+            0,
+            0,
+            0};
 }
 
 } // namespace keldra::test

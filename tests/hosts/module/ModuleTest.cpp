@@ -181,6 +181,25 @@ TEST(Module, PlaysFromTheVeryFrameOfANoteAndIsSilentAfterIt)
     EXPECT_LT(Render(*host, 4), 1e-5f) << "a suspended note doesn't come back";
 }
 
+TEST(Module, SurvivesAnyRateTempoAndPositionAndPlaysOnAfterThem)
+{
+    const auto host = MakeInstance();
+    ASSERT_NE(host, nullptr);
+    for (const int index : {31, 39, 47, 69}) // delay, chorus, gate and arpeggiator run
+        host->SetParameter(index, 0.5f);
+    for (const double hz :
+         {double{INFINITY}, double{NAN}, -1.0, 0.0, 1e-40, 1e-3, 1.0, 1e9, 1e38, 44100.0}) {
+        host->Start(hz, kBlock);
+        for (const double tempo : {1e-300, 120.0, 1e300})
+            for (const double position : {-1e300, 0.0, 1e15, 1e300}) {
+                host->SetTransport({true, true, tempo, position});
+                Play(*host, 0x90, 60);
+                EXPECT_LT(Render(*host, 1), 100.0f) << hz << " " << tempo << " " << position;
+            }
+    }
+    EXPECT_GT(Render(*host, 20), 0.001f);
+}
+
 TEST(Module, RestoresItsStateAlsoUnderALocaleWithDecimalCommas)
 {
     namespace fs = std::filesystem;
