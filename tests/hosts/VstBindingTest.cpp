@@ -16,7 +16,6 @@ using namespace vst;
 namespace {
 
 constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
-constexpr double kInfinity = std::numeric_limits<double>::infinity();
 
 class VstBinding : public testing::Test {
 protected:
@@ -376,10 +375,8 @@ TEST_F(VstBinding, LearnsTempoPositionAndTransportFromTheHost)
          60.0,
          1.0,
          {"tempo 60.00", "position 1.00", "stopped"}},
-        {"not numbers", true, all, kNan, kNan, {"tempo nan", "position nan"}},
-        {"not of this world", true, all, kInfinity, -kInfinity, {"tempo inf", "position -inf"}},
-        {"no tempo", true, all, 0.0, 0.0, {"tempo 0.00", "position 0.00"}},
-        {"backwards", true, kVstTempoValid, -120.0, 0.0, {"tempo -120.00"}},
+        {"a held clock", true, all, 0.0, 0.0, {"tempo 0.00", "position 0.00"}},
+        {"the engine's to judge", true, all, kNan, -1e9, {"tempo nan", "position -1000000000.00"}},
     };
     for (const auto& [what, hasTime, flags, tempo, position, told] : cases) {
         host_.hasTime = hasTime;

@@ -190,8 +190,8 @@ TEST(Module, SurvivesAnyRateTempoAndPositionAndPlaysOnAfterThem)
     for (const double hz :
          {double{INFINITY}, double{NAN}, -1.0, 0.0, 1e-40, 1e-3, 1.0, 1e9, 1e38, 44100.0}) {
         host->Start(hz, kBlock);
-        for (const double tempo : {1e-300, 120.0, 1e300})
-            for (const double position : {-1e300, 0.0, 1e15, 1e300}) {
+        for (const double tempo : {-1.0, 0.0, double{NAN}, 1e-300, 120.0, 1e300})
+            for (const double position : {double{NAN}, -1e300, 0.0, 1e15, 1e300}) {
                 host->SetTransport({true, true, tempo, position});
                 Play(*host, 0x90, 60);
                 EXPECT_LT(Render(*host, 1), 100.0f) << hz << " " << tempo << " " << position;
