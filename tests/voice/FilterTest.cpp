@@ -105,12 +105,12 @@ TEST(Filter, FollowsKeyVelocityAndModulation)
     };
     for (const auto& [what, arrange, key, velocity, gainDb] : kCases) {
         const double pitch = 55.0 * std::exp2((key - 33) / 12.0);
-        const auto arranged = [&](bool with) {
+        const auto arranged = [&, prepare = arrange, note = key, strength = velocity](bool with) {
             CVoiceRig rig(44100.0);
             rig.Set(rig.patch.cutoff, KnobFor(pitch * 10.0 / 0.573));
             if (with)
-                arrange(rig);
-            return Harmonic(rig, 10, key, velocity);
+                prepare(rig);
+            return Harmonic(rig, 10, note, strength);
         };
         EXPECT_NEAR(Decibels(arranged(true) / arranged(false)), gainDb, 0.7) << what;
     }
