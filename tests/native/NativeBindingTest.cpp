@@ -605,6 +605,29 @@ TEST_F(NativeBinding, DoesNothingWithoutAnEngine)
     EXPECT_EQ(CScriptedHost::At<std::int32_t>(host_.plug, kOffsets.sampleRate), 48000);
 }
 
+TEST_F(NativeBinding, LivesWithAHostThatAnswersNullToEverything)
+{
+    host_.answersNull = true;
+    host_.menu = {{"never shown", 0}};
+    ASSERT_TRUE(host_.Load(Entry));
+    EXPECT_EQ(static_cast<const char*>(host_.plug)[kOffsets.text], '\0');
+    (void)journal.Take();
+    host_.songPosition = 9.0;
+    EXPECT_EQ(Render(1), (Lines{"ask 37 0 1", "render", "position 0", "block 1"}));
+    Wrapper().ShowParameterMenu(18);
+    EXPECT_FALSE(menus_.IsOpen());
+    Wrapper().HostNoteOn(60, 1.0f);
+    Wrapper().HostNoteOff(60);
+    Wrapper().HostCommand3();
+    EXPECT_EQ(Wrapper().HostCommand50(), 0);
+    std::array<char, 264> text;
+    text.fill('x');
+    Wrapper().GetHostText(-1, text.data());
+    EXPECT_STREQ(text.data(), "");
+    EXPECT_EQ(journal.Take(), (Lines{"ask 18 18 0", "ask 20 60 127", "ask 21 60 0", "ask 3 0 2",
+                                     "ask 50 1 0", "ask 52 -1 1"}));
+}
+
 // --- Several threads ---
 
 namespace {
@@ -739,6 +762,7 @@ TEST_F(NativeBindingThread, PlaysWhileOthersSetSaveAndResize)
     stop = true;
     setter.join();
     keeper.join();
+    host_.Render(buffer); // what came while the keeper had the engine has waited for this
     const Lines lines = journal.Take();
     const auto starting = [&](const char* word) {
         return std::ranges::count_if(lines,

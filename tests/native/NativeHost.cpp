@@ -61,6 +61,8 @@ std::intptr_t CScriptedHost::Dispatch(Object* object, std::intptr_t tag, std::in
     CScriptedHost& host = *object->self;
     const bool intoMemory = id == 37 || id == 52;
     host.Note(tag == kTag ? "ask" : "wrong tag", id, index, intoMemory ? 1 : value);
+    if (host.answersNull)
+        return 0;
     char* const memory = reinterpret_cast<char*>(value);
     if (id == 29)
         return reinterpret_cast<std::intptr_t>(host.text);

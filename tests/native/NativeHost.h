@@ -90,6 +90,7 @@ public:
     void* plug = nullptr;
     std::function<void(const std::string& line)> onCall; ///< every call, before it is answered
     const char* text = "of the host";                    ///< for code 29
+    bool answersNull = false; ///< to every code, and writes nothing into an answer's memory
     double songPosition = 0.0;
     std::vector<std::pair<const char*, std::int32_t>> menu; ///< texts and flags, of any parameter
 

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "frame/ParameterTable.h"
+#include "frame/PluginInstance.h"
 #include "hosts/native/DNWrapper.h"
 #include "hosts/vst/VSTWrapper.h"
 #include "tests/effects/Listening.h"
@@ -164,7 +165,9 @@ TEST(NativeSound, IsTheOtherBindingsSampleForSampleWhenVoicesKeepStill)
         ours.right.insert(ours.right.end(), sound.right.begin(), sound.right.end());
     }
 
+    EXPECT_EQ(CPluginInstance::Get().HostKind(), EHostKind::Native);
     CVstPlayer other; // beside the other one, in one process
+    EXPECT_EQ(CPluginInstance::Get().HostKind(), EHostKind::Vst) << "the last one's";
     for (const auto& [parameter, of256] : kProgram)
         other.Set(parameter, of256);
     other.Midi(0xB0, 1, 63);
