@@ -208,18 +208,19 @@ private:
 
     bool ReadSoundFiles(std::string& error)
     {
+        const std::vector<std::string> factoryFolders = FactoryFolders(options_.modulePath);
         if (!options_.soundsPath.empty()) {
             std::vector<std::byte> file;
             if (!ReadInput(options_.soundsPath, kMaxSmallFileBytes, file, error))
                 return false;
             const std::string_view text(reinterpret_cast<const char*>(file.data()), file.size());
-            const std::string banks = JoinPath(FolderOf(options_.modulePath), "Banks");
-            if (!ReadSounds(text, options_.soundsPath, banks, sounds_, error))
+            if (!ReadSounds(text, options_.soundsPath, factoryFolders, sounds_, error))
                 return false;
         }
         // A program from the command line is a sound of its own: what the file sets goes with it.
         for (const Options::Program& program : options_.programs)
-            sounds_[static_cast<std::size_t>(program.channel)] = {program.path, "--program", {}};
+            sounds_[static_cast<std::size_t>(program.channel)] = {
+                FindProgram(program.name, {}, factoryFolders), "--program", {}};
         return true;
     }
 

@@ -13,6 +13,10 @@ enum class ESettingsHive {
     LocalMachine, ///< tallowen/settings in the folders of $XDG_CONFIG_DIRS, by default /etc/xdg
 };
 
+/// Where this product's settings are, and among them the folder that its sounds are looked for in.
+inline constexpr std::string_view kProductKey = "SOFTWARE\\Tallowen\\Keldra";
+inline constexpr std::string_view kRootFolderValue = "rootFolder";
+
 /// Settings that somebody else made: an installer, an administrator, the user with an editor. Read
 /// only, a value at a time. Each hive is one text file, or several, of which the first one that has
 /// the value counts:

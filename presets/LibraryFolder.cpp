@@ -7,7 +7,6 @@ namespace keldra {
 
 namespace {
 
-constexpr std::string_view kProductKey = "SOFTWARE\\Tallowen\\Keldra";
 constexpr std::string_view kSharedKey = "Software\\Tallowen\\Shared\\Paths\\";
 constexpr std::string_view kWithoutModule = "/Library/Application Support/Tallowen/";
 
@@ -18,7 +17,7 @@ std::string FindRootFolder(const CSettingsStore& settings, EHostKind hostKind,
 {
     if (hostKind != EHostKind::Native)
         for (const ESettingsHive hive : {ESettingsHive::CurrentUser, ESettingsHive::LocalMachine})
-            if (auto folder = settings.Read(hive, kProductKey, "rootFolder"))
+            if (auto folder = settings.Read(hive, kProductKey, kRootFolderValue))
                 return *folder;
     return std::string(moduleFolder.empty() ? kWithoutModule : moduleFolder);
 }

@@ -34,9 +34,11 @@ void Declare(CLI::App& app, Options& options, RawOptions& raw)
         ->option_text("PATH");
     app.add_option("--sounds", options.soundsPath, "Text file with the sound of each channel")
         ->option_text("FILE");
-    app.add_option("--program", raw.programs,
-                   "Program file for a channel: fxp with a chunk, or a state block of 692 bytes")
-        ->option_text("CHANNEL=PATH")
+    app.add_option(
+           "--program", raw.programs,
+           "Program for a channel: a factory program, or the path of a program file (fxp with a "
+           "chunk, or a state block of 692 bytes)")
+        ->option_text("CHANNEL=BANK/NAME or CHANNEL=PATH")
         ->allow_extra_args(false);
     app.add_option("-p,--set", raw.settings,
                    "Parameter, by name or by number, for one channel or for all")
@@ -120,11 +122,11 @@ bool IsChannel(int channel)
 bool ReadPrograms(const RawOptions& raw, Options& options, std::string& text)
 {
     for (const std::string& given : raw.programs) {
-        std::string_view path = given;
-        const std::optional<int> channel = TakeChannel(path, '=');
-        if (!channel || !IsChannel(*channel) || path.empty())
-            return Wrong("--program", "CHANNEL=PATH with a channel from 1 to 16", given, text);
-        options.programs.push_back({*channel - 1, std::string(path)});
+        std::string_view name = given;
+        const std::optional<int> channel = TakeChannel(name, '=');
+        if (!channel || !IsChannel(*channel) || name.empty())
+            return Wrong("--program", "CHANNEL=PROGRAM with a channel from 1 to 16", given, text);
+        options.programs.push_back({*channel - 1, std::string(name)});
     }
     return true;
 }

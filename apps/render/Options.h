@@ -18,8 +18,8 @@ struct Options {
     std::string modulePath;
     std::string soundsPath; ///< empty: none
     struct Program {
-        int channel = 0; ///< 0 .. 15
-        std::string path;
+        int channel = 0;  ///< 0 .. 15
+        std::string name; ///< path, or "Bank/Name" of a factory program
     };
     std::vector<Program> programs;
     struct Setting {

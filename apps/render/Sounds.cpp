@@ -5,6 +5,7 @@
 
 #include "apps/render/Text.h"
 #include "platform/Folders.h"
+#include "platform/SettingsStore.h"
 
 namespace keldra::render {
 
@@ -30,23 +31,36 @@ std::string_view WithoutComment(std::string_view line)
     return line;
 }
 
-/// A program file beside the sounds counts before a factory program of the same name.
-std::string ProgramPath(const std::string& program, const std::string& soundsPath,
-                        const std::string& banks)
-{
-    if (program.front() == kPathSeparator)
-        return program;
-    std::string beside = JoinPath(FolderOf(soundsPath), program);
-    std::error_code ignored;
-    if (std::filesystem::is_regular_file(beside, ignored))
-        return beside;
-    return JoinPath(banks, program + ".keldra");
-}
-
 } // namespace
 
-bool ReadSounds(std::string_view text, const std::string& path, const std::string& banks,
-                SongSounds& sounds, std::string& error)
+std::vector<std::string> FactoryFolders(const std::string& modulePath)
+{
+    std::vector<std::string> folders{JoinPath(FolderOf(modulePath), "Banks")};
+    const CSettingsStore settings;
+    for (const ESettingsHive hive : {ESettingsHive::CurrentUser, ESettingsHive::LocalMachine})
+        if (const auto root = settings.Read(hive, kProductKey, kRootFolderValue))
+            folders.push_back(JoinPath(*root, "Banks"));
+    return folders;
+}
+
+std::string FindProgram(const std::string& program, std::string_view folder,
+                        std::span<const std::string> factoryFolders)
+{
+    std::error_code ignored;
+    if (!program.empty() && program.front() == kPathSeparator)
+        return program;
+    std::string beside = folder.empty() ? program : JoinPath(folder, program);
+    if (std::filesystem::is_regular_file(beside, ignored))
+        return beside;
+    for (const std::string& banks : factoryFolders)
+        if (std::string path = JoinPath(banks, program + ".keldra");
+            std::filesystem::is_regular_file(path, ignored))
+            return path;
+    return beside;
+}
+
+bool ReadSounds(std::string_view text, const std::string& path,
+                std::span<const std::string> factoryFolders, SongSounds& sounds, std::string& error)
 {
     ChannelSound* sound = nullptr;
     for (int number = 1; !text.empty(); ++number) {
@@ -78,7 +92,7 @@ bool ReadSounds(std::string_view text, const std::string& path, const std::strin
         }
         setting->source = source;
         if (setting->parameter == "program") {
-            sound->program = ProgramPath(setting->value, path, banks);
+            sound->program = FindProgram(setting->value, FolderOf(path), factoryFolders);
             sound->programSource = source;
         } else {
             sound->settings.push_back(std::move(*setting));

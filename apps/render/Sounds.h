@@ -36,11 +36,22 @@ using SongSounds = std::array<ChannelSound, kChannelCount>;
 ///
 /// @param text    of the file
 /// @param path    of the file, for messages; program files are looked for beside it
-/// @param banks   folder of the factory programs, a folder a bank
+/// @param factoryFolders  where factory programs are looked for
 /// @param sounds  settings are added to what it holds
 /// @param error   receives one line when the answer is false
 [[nodiscard]] bool ReadSounds(std::string_view text, const std::string& path,
-                              const std::string& banks, SongSounds& sounds, std::string& error);
+                              std::span<const std::string> factoryFolders, SongSounds& sounds,
+                              std::string& error);
+
+/// Where a module's factory programs may be, nearest first: "Banks" beside it, then in the root
+/// folders that this user's and this machine's settings name. A folder a bank; need not exist.
+[[nodiscard]] std::vector<std::string> FactoryFolders(const std::string& modulePath);
+
+/// A program by its path, or a factory program by "Bank/Name". The path counts first.
+/// @param folder  that paths start from; empty: the current one
+/// @return the path of a file, or, when there is none, of the one that was looked for first
+[[nodiscard]] std::string FindProgram(const std::string& program, std::string_view folder,
+                                      std::span<const std::string> factoryFolders);
 
 /// What a program file hands to a plug-in.
 struct ProgramChunk {

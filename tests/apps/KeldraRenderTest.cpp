@@ -341,6 +341,24 @@ TEST_F(KeldraRender, TakesSoundsFromFilesThenFromTheCommandLine)
     EXPECT_EQ(sounds(1), Lines{"chunk 1 of 692 bytes: 70 .. 70"})
         << "a program from the command line takes the place of the whole sound";
     EXPECT_EQ(sounds(2), (Lines{"chunk 1 of 6 bytes: 62 .. 65", "set 0 1", "set 1 1"}));
+
+    // Factory programs: beside the module, then in the root folder; a file of that path first.
+    folder_.Write("root/Banks/Leads/Glass.keldra", std::string(692, 'x'));
+    folder_.Write("root/Banks/Leads/Steel.keldra", std::string(692, 's'));
+    folder_.Write("config/tallowen/settings",
+                  "[Software\\Tallowen\\Keldra]\nrootFolder = " + folder_.Path("root") + "\n");
+    folder_.Write("Keys/Plain", std::string(692, 'p'));
+    folder_.Write("plug/Banks/Keys/Plain.keldra", std::string(692, 'b'));
+    CRunningProgram::Setup setup;
+    setup.environment = {"XDG_CONFIG_HOME=" + folder_.Path("config")};
+    const std::pair<const char*, const char*> kPrograms[] = {
+        {"Leads/Glass", "67"}, {"Leads/Steel", "73"}, {"Keys/Plain", "70"}};
+    for (const auto& [name, byte] : kPrograms) {
+        std::filesystem::remove(folder_.Path("log"));
+        EXPECT_EQ(Run("--program 1=" + std::string(name) + " " + common, setup).status, 0);
+        EXPECT_EQ(sounds(1).front(), "chunk 1 of 692 bytes: " + std::string(byte) + " .. " + byte)
+            << name;
+    }
 }
 
 TEST_F(KeldraRender, RefusesBadInputInOneLineAndLeavesNothingBehind)
