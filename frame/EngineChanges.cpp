@@ -58,6 +58,16 @@ std::uint32_t CEngineChanges::TakeAllOldestFirst()
     return oldest;
 }
 
+std::uint32_t CEngineChanges::LastWholeProgram(std::uint32_t node) const
+{
+    std::uint32_t last = kNone;
+    for (; node != kNone; node = nodes_[node].next.load(std::memory_order_relaxed))
+        if (const ProgramValues* program = nodes_[node].change.program;
+            program != nullptr && program->IsWhole())
+            last = node;
+    return last;
+}
+
 void CEngineChanges::Free(std::uint32_t node)
 {
     std::uint64_t head = free_.load(std::memory_order_relaxed);

@@ -25,6 +25,8 @@ struct ProgramValues {
     std::array<float, kParameterCount> values{};
 
     [[nodiscard]] bool Resets() const { return import == EImport::Everything; }
+    /// Whether it leaves nothing of what was set before.
+    [[nodiscard]] bool IsWhole() const { return Resets() && count >= kParameterCount; }
     [[nodiscard]] bool Sets(int index) const
     {
         if (index < 0 || index >= count)
@@ -71,16 +73,22 @@ public:
 
     [[nodiscard]] bool IsEmpty() const { return pending_.load(std::memory_order_acquire) == kNone; }
 
-    /// The thread that has the engine: hands over everything pending, oldest first.
+    /// The thread that has the engine: hands over everything pending, oldest first. Programs that a
+    /// whole one replaces are left out: whoever loads one after another must not keep the
+    /// processing thread busy with them.
     template <typename Apply>
     void Drain(Apply&& apply)
     {
         if (IsEmpty())
             return;
         std::uint32_t node = TakeAllOldestFirst();
+        std::uint32_t whole = LastWholeProgram(node);
         while (node != kNone) {
             const std::uint32_t next = nodes_[node].next.load(std::memory_order_relaxed);
-            apply(static_cast<const EngineChange&>(nodes_[node].change));
+            if (node == whole)
+                whole = kNone;
+            if (whole == kNone || nodes_[node].change.program == nullptr)
+                apply(static_cast<const EngineChange&>(nodes_[node].change));
             if (nodes_[node].change.program != nullptr)
                 Retire(node);
             else
@@ -102,6 +110,7 @@ private:
     };
 
     std::uint32_t TakeAllOldestFirst();
+    [[nodiscard]] std::uint32_t LastWholeProgram(std::uint32_t node) const;
     void Free(std::uint32_t node);
     void Retire(std::uint32_t node);
 

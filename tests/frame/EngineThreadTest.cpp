@@ -24,6 +24,7 @@ public:
 
     void ApplyParameter(int index, float value) override
     {
+        ++applications;
         if (index < kParameterCount)
             applied[static_cast<std::size_t>(index)] = value;
     }
@@ -77,6 +78,7 @@ public:
     bool outOfOrder = false;
     bool mixedProgram = false;
     int renders = 0;
+    int applications = 0;
 
 private:
     float renderedCutoff_ = 0.0f;
@@ -124,6 +126,21 @@ TEST(EngineThread, FollowsTheStoredValuesWhenMoreIsChangedThanTheQueueHolds)
     renderer.SetParameter(5, 42.0f);
     renderer.Process();
     EXPECT_EQ(renderer.applied[5], 42.0f) << "and the queue serves again";
+}
+
+TEST(EngineThread, AppliesOfManyProgramsBetweenTwoBlocksTheLastOnly)
+{
+    CFollower renderer;
+    renderer.SwitchProcessing(true);
+    renderer.SetParameter(kLastControllerLink, 9.0f);
+    for (int i = 0; i < 1000; ++i)
+        renderer.Load(static_cast<float>(i));
+    renderer.SetParameter(5, 42.0f);
+    renderer.applications = 0;
+    renderer.Process();
+    EXPECT_TRUE(renderer.FollowsEverything());
+    EXPECT_EQ(renderer.applied[5], 42.0f);
+    EXPECT_LT(renderer.applications, 1000) << "the block would be late";
 }
 
 TEST(EngineThread, PlaysMessagesOutsideABlockInTheirTurnAmongTheChanges)
