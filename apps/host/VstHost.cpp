@@ -189,12 +189,13 @@ void CVstHost::FillTimeInfo()
                       (transport_.playing ? kVstTransportPlaying : 0);
 }
 
-void CVstHost::Render(float* const* outputs, int frames)
+void CVstHost::Render(float* const* outputs, int frames, float* const* inputs)
 {
     FillTimeInfo();
     if (eventList_->numEvents > 0)
         Dispatch(effProcessEvents, 0, 0, eventList_.get());
-    effect_->processReplacing(effect_, nullptr, const_cast<float**>(outputs), frames);
+    effect_->processReplacing(effect_, const_cast<float**>(inputs), const_cast<float**>(outputs),
+                              frames);
     eventList_->numEvents = 0;
 
     transportChanged_ = false;

@@ -110,7 +110,8 @@ public:
     /// Renders one block, replacing what the outputs hold. Never allocates, waits or fails.
     /// @param outputs  one pointer a channel, OutputCount() of them, none null
     /// @param frames   0 or more; may exceed what Start announced
-    void Render(float* const* outputs, int frames);
+    /// @param inputs   one pointer a channel of an effect; instruments have none
+    void Render(float* const* outputs, int frames, float* const* inputs = nullptr);
 
     // Parameters and programs
     [[nodiscard]] int ParameterCount() const { return effect_->numParams; }
