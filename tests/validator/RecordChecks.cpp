@@ -82,7 +82,7 @@ void CheckInstances(const Module& module, CReport& report)
         if (rigs[i]->Host().ParameterCount() > 0)
             rigs[i]->Host().SetParameter(0, static_cast<float>(i % 2));
     }
-    for (const std::size_t gone : {0, 7, 3}) {
+    for (const std::size_t gone : {0u, 7u, 3u}) {
         rigs[gone].reset();
         for (const auto& rig : rigs)
             if (rig)
