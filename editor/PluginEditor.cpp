@@ -45,8 +45,13 @@ EditorSize CPluginEditor::WindowSize() const
 bool CPluginEditor::Open(void* parent)
 {
     const CUiLock lock;
-    if (!CWindowPort::IsOpen())
-        SyncControls(); // nobody followed the values while it was closed
+    if (!CWindowPort::IsOpen()) { // nobody followed the values while it was closed
+        if (renderer_ != nullptr) {
+            shownPrograms_ = renderer_->Feedback().ProgramCount();
+            renderer_->Feedback().TakeChangedParameters([](int) {});
+        }
+        SyncControls();
+    }
     return CWindowPort::Open(reinterpret_cast<NativeHandle>(parent));
 }
 
