@@ -4,6 +4,8 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <set>
+#include <vector>
 
 #include "editor/PresetListAboutBox.h"
 #include "editor/PresetListEditor.h"
@@ -18,6 +20,7 @@
 #include "gui/ControlMenu.h"
 #include "gui/ControlSlider.h"
 #include "gui/ControlStateSelector.h"
+#include "platform/Folders.h"
 #include "platform/ModulePath.h"
 #include "presets/LibraryFolder.h"
 #include "presets/PresetList.h"
@@ -45,11 +48,9 @@ enum EProgramMenuItem {
 /// file.
 void TellMissingImage(const std::string& path)
 {
-    static std::string told; // UI lock held
-    if (std::getenv("KELDRA_DEBUG") == nullptr || told == path)
-        return;
-    told = path;
-    std::fprintf(stderr, "Keldra: the skin's image %s is missing or damaged\n", path.c_str());
+    static std::set<std::string> told; // UI lock held
+    if (std::getenv("KELDRA_DEBUG") != nullptr && told.insert(path).second)
+        std::fprintf(stderr, "Keldra: the skin's image %s is missing or damaged\n", path.c_str());
 }
 
 PixelRect ToPixels(const PanelRect& rect)
@@ -87,17 +88,22 @@ void KeldraEditor::Connect(CPluginRenderer& renderer, CPluginWrapper& host)
 bool KeldraEditor::LoadSkin()
 {
     const CUiLock lock;
+    std::vector<std::string> missing;
     const std::string root = RootFolder(CPluginInstance::Get().HostKind());
     // Settings may name a root folder for its sounds alone: the skin then is beside the module.
     for (const std::string& folder : {root, ModuleFolder()}) {
-        skinFolder_ = folder + "Skin/";
-        const bool all = std::all_of(
+        skinFolder_ = JoinPath(JoinPath(folder, "Skin"), "");
+        const auto* const lost = std::find_if(
             std::begin(kSkinImages), std::end(kSkinImages), [this](const SkinImageRow& row) {
-                return row.image == ESkinImage::About || Image(row.image) != nullptr;
+                return row.image != ESkinImage::About &&
+                       CImageCache::GetImage(skinFolder_, row.file) == nullptr;
             });
-        if (all)
+        if (lost == std::end(kSkinImages))
             return true;
+        missing.push_back(skinFolder_ + std::string(lost->file));
     }
+    for (const std::string& path : missing)
+        TellMissingImage(path);
     return false;
 }
 
@@ -107,6 +113,16 @@ const CImage* KeldraEditor::Image(ESkinImage image) const
     if (found == nullptr)
         TellMissingImage(skinFolder_ + std::string(RowOf(image).file));
     return found;
+}
+
+bool KeldraEditor::Open(void* parent)
+{
+    {
+        const CUiLock lock;
+        if (GetRootGroup()->GetFirstControl() == nullptr)
+            BuildPanel(); // the skin may have come since
+    }
+    return CPluginEditor::Open(parent);
 }
 
 void KeldraEditor::BuildPanel()

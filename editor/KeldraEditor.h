@@ -30,6 +30,8 @@ public:
     /// Without one of the skin's images nothing is built: the window is grey, all else lives on.
     void BuildPanel() override;
     bool LoadSkin() override;
+    using CPluginEditor::Open;
+    bool Open(void* parent) override; ///< builds the panel first where the skin was missing before
 
     bool OnControlPressed(CControl* control) override;
     void OnControlReleased(CControl* control) override;
