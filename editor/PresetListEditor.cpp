@@ -168,7 +168,8 @@ bool CPresetListEditor::OnControlChanged(CControl* control, float value)
 void CPresetListEditor::PickBank(int index)
 {
     later_([&synth = synth_, index] {
-        if (synth.Presets().SelectBank(index))
+        // Selecting it once more would select its first program, which isn't the one that plays.
+        if (index != synth.Presets().GetLists().bank && synth.Presets().SelectBank(index))
             synth.Presets().LoadProgram(synth.Presets().CurrentPath());
         synth.Feedback().MarkProgram(); // the programs of another bank are to be shown
     });
