@@ -236,6 +236,7 @@ void KeldraEditor::Remember(EPanelRole role, CControl& control)
         break;
     case EPanelRole::ProgramMenu:
         programMenu_ = static_cast<CControlMenu*>(&control);
+        programMenu_->SetText("Program"); // nothing ever stays chosen in it
         break;
     case EPanelRole::Keyboard:
         keyboard_ = static_cast<CControlKeyboard*>(&control);
