@@ -3,9 +3,7 @@
 //
 // What it has to stay below: 5 ms for the panel, 0.1 ms for the knob.
 
-#include <cstring>
 #include <memory>
-#include <vector>
 
 #include "bench/Yardstick.h"
 #include "gui/ControlButton.h"
@@ -83,17 +81,6 @@ private:
     CGraphicBuffer backdrop_, knobs_, handle_, frames_, tabs_;
     CControl* knob_ = nullptr;
 };
-
-double CopySeconds(std::size_t pixels)
-{
-    std::vector<std::uint32_t> from(pixels, 1);
-    std::vector<std::uint32_t> to(pixels);
-    return YardstickSeconds([&] {
-        std::memcpy(to.data(), from.data(), pixels * sizeof from[0]);
-        benchmark::DoNotOptimize(to.data());
-        benchmark::ClobberMemory();
-    });
-}
 
 void Report(benchmark::State& state, double copySeconds, const CBestTime& best)
 {

@@ -2,7 +2,10 @@
 
 #include <benchmark/benchmark.h>
 #include <chrono>
+#include <cstdint>
+#include <cstring>
 #include <limits>
+#include <vector>
 
 namespace keldra {
 
@@ -33,6 +36,18 @@ double YardstickSeconds(Work&& work)
     for (int i = 0; i < 100; ++i)
         best.Measure(work);
     return best.Seconds();
+}
+
+/// The best time of a plain copy of that many pixels.
+inline double CopySeconds(std::size_t pixels)
+{
+    std::vector<std::uint32_t> from(pixels, 1);
+    std::vector<std::uint32_t> to(pixels);
+    return YardstickSeconds([&] {
+        std::memcpy(to.data(), from.data(), pixels * sizeof from[0]);
+        benchmark::DoNotOptimize(to.data());
+        benchmark::ClobberMemory();
+    });
 }
 
 /// Shows how many times as fast as the yardstick the best run was: column "x_scalar".
