@@ -51,6 +51,8 @@ inline constexpr LabelRow kLabels[] = {
     {"MODE",  655, 266},
     {"RANGE", 755, 270},
     {"MENU",  186, 62},
+    {"1",     706, 359}, // the first step of each row of the gate
+    {"9",     706, 382},
     {"PROGRAM / PARAMETER / CC", 21, panel::kVoiceCaptions},
 };
 
