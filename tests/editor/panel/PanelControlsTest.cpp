@@ -194,7 +194,6 @@ TEST_F(PanelControls, LetsThePitchWheelSpringBackAndTheModulationWheelStay)
         ExpectValue(row, rest + 0.25f);
         EXPECT_NE(rig_.Seen(row.rect), atRest);
         window_.Release();
-        window_.Tick(5);
         const bool springs = role == EPanelRole::PitchWheel;
         ExpectValue(row, springs ? 0.5f : rest + 0.25f);
         EXPECT_EQ(rig_.Seen(row.rect) == atRest, springs);

@@ -254,9 +254,13 @@ TEST_F(Browser, ListsBanksAndProgramsAndLoadsWhatIsPicked)
         {[] {}, "1. Alpha* 2. Beta", "1. One* 2. Two", ""},
         {[&] { Pick(programs_, 1); }, "1. Alpha* 2. Beta", "1. One 2. Two*",
          "A18=0.250 A50=1.000 "},
-        {[&] { Pick(programs_, 1); }, "1. Alpha* 2. Beta", "1. One 2. Two*", ""},
+        {[&] {
+             rig_.host->SetParameter(kGain, 0.75f); // and what is picked already isn't loaded again
+             Pick(programs_, 1);
+         },
+         "1. Alpha* 2. Beta", "1. One 2. Two*", ""},
         {[&] { Pick(banks_, 0); }, "1. Alpha* 2. Beta", "1. One 2. Two*", ""},
-        {[&] { Pick(banks_, 1); }, "1. Alpha 2. Beta*", "1. Three*", "A18=0.375 "},
+        {[&] { Pick(banks_, 1); }, "1. Alpha 2. Beta*", "1. Three*", "A15=0.500 A18=0.375 "},
         {[&] {
              Answer(machine_.Path("root/Banks/Alpha/Ten.keldra"));
              rig_.Click(kSave);
