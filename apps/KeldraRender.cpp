@@ -1,7 +1,6 @@
 // keldra-render: an offline host. Plays a MIDI file on a VST 2 instrument into a WAV file.
 
 #include <algorithm>
-#include <cerrno>
 #include <chrono>
 #include <cmath>
 #include <cstdio>
@@ -12,6 +11,7 @@
 #include <unistd.h>
 
 #include "apps/host/VstHost.h"
+#include "apps/render/InputFile.h"
 #include "apps/render/LevelMeter.h"
 #include "apps/render/Options.h"
 #include "apps/render/OutputFile.h"
@@ -20,7 +20,6 @@
 #include "apps/render/Sounds.h"
 #include "apps/render/Text.h"
 #include "apps/render/WavWriter.h"
-#include "platform/Files.h"
 #include "platform/Folders.h"
 #include "platform/ModulePath.h"
 
@@ -30,7 +29,6 @@ namespace {
 
 constexpr int kExitWrong = 2;
 constexpr std::size_t kMaxSongBytes = std::size_t{32} << 20;
-constexpr std::size_t kMaxSmallFileBytes = std::size_t{1} << 20;
 constexpr std::int64_t kMaxSongSeconds = 24 * 3600;
 
 using Clock = std::chrono::steady_clock;
@@ -44,37 +42,6 @@ double SecondsSince(Clock::time_point start)
 std::string LevelText(double value, int decimals, const char* unit)
 {
     return std::isfinite(value) ? FixedText(value, decimals) + " " + unit : std::string("silent");
-}
-
-std::string WhyUnreadable(const std::string& path)
-{
-    std::error_code failure;
-    const std::filesystem::file_status status = std::filesystem::status(path, failure);
-    if (failure)
-        return failure.message();
-    if (!std::filesystem::is_regular_file(status))
-        return "not a regular file";
-    if (::access(path.c_str(), R_OK) != 0)
-        return std::generic_category().message(errno);
-    return "cannot be read";
-}
-
-bool ReadInput(const std::string& path, std::size_t limit, std::vector<std::byte>& content,
-               std::string& error)
-{
-    std::error_code failure;
-    const std::string absolute = std::filesystem::absolute(path, failure);
-    switch (ReadWholeFile(absolute, limit, content)) {
-    case EFileRead::Ok:
-        return true;
-    case EFileRead::TooLarge:
-        error = path + ": larger than " + std::to_string(limit >> 20) + " MiB";
-        return false;
-    case EFileRead::Unreadable:
-        break;
-    }
-    error = path + ": " + WhyUnreadable(path);
-    return false;
 }
 
 /// A bar of progress on the terminal; nothing anywhere else.
