@@ -12,6 +12,7 @@
 
 #include "apps/host/VstHost.h"
 #include "apps/render/InputFile.h"
+#include "apps/render/Instrument.h"
 #include "apps/render/LevelMeter.h"
 #include "apps/render/Options.h"
 #include "apps/render/OutputFile.h"
@@ -20,8 +21,6 @@
 #include "apps/render/Sounds.h"
 #include "apps/render/Text.h"
 #include "apps/render/WavWriter.h"
-#include "platform/Folders.h"
-#include "platform/ModulePath.h"
 
 namespace keldra::render {
 
@@ -143,7 +142,7 @@ public:
     [[nodiscard]] bool Run(std::string& error)
     {
         if (options_.modulePath.empty())
-            options_.modulePath = JoinPath(JoinPath(ModuleFolder(), "Keldra"), "Keldra.so");
+            options_.modulePath = BundledModulePath();
         if (options_.listParameters)
             return LoadModule(error) && ListParameters(error);
         // The inputs first, then a place for the output, then the module: each refuses quickly, and
@@ -210,13 +209,7 @@ private:
 
     bool LoadModule(std::string& error)
     {
-        std::error_code failure;
-        const std::string absolute = std::filesystem::absolute(options_.modulePath, failure);
-        if (!std::filesystem::is_regular_file(absolute, failure)) { // a pipe would be waited for
-            error = options_.modulePath + ": " + WhyUnreadable(options_.modulePath);
-            return false;
-        }
-        module_ = vst::CVstModule::Load(absolute, error);
+        module_ = LoadInstrument(options_.modulePath, error);
         return module_ != nullptr;
     }
 

@@ -5,6 +5,7 @@
 #include <functional>
 #include <utility>
 
+#include "apps/render/Instrument.h"
 #include "apps/render/Text.h"
 
 namespace keldra::render {
@@ -25,19 +26,6 @@ bool IsSilent(std::span<const float> frames)
 {
     return std::all_of(frames.begin(), frames.end(),
                        [](float sample) { return std::fabs(sample) < kSilence; });
-}
-
-/// The module's complaint about an instance, if it can't play notes as this host sends them.
-std::string ReasonNotToPlay(const vst::CVstHost& host)
-{
-    const vst::AEffect& effect = *host.Effect();
-    if ((effect.flags & vst::effFlagsIsSynth) == 0)
-        return "an effect, not an instrument";
-    if (effect.numInputs > 0)
-        return "an instrument that needs sound to work on";
-    if (effect.numOutputs < 1 || effect.numOutputs > 256)
-        return "an instrument without outputs";
-    return {};
 }
 
 } // namespace
@@ -103,22 +91,8 @@ bool CSongRenderer::SetSound(int channel, const ProgramChunk* program,
                              std::span<const ParameterSetting> settings, std::string& error)
 {
     vst::CVstHost& host = *partOf_[static_cast<std::size_t>(channel)]->host;
-    if (program != nullptr) {
-        if (program->madeFor && *program->madeFor != host.Effect()->uniqueID) {
-            error = "made for another plug-in";
-            return false;
-        }
-        std::vector<std::byte> copy = program->bytes; // the interface takes no const data
-        constexpr vst::VstInt32 kProgramOnly = 1;
-        host.Dispatch(vst::effBeginSetProgram);
-        const vst::VstIntPtr answer = host.Dispatch(
-            vst::effSetChunk, kProgramOnly, static_cast<vst::VstIntPtr>(copy.size()), copy.data());
-        host.Dispatch(vst::effEndSetProgram);
-        if (answer == 0) {
-            error = "the plug-in refuses it";
-            return false;
-        }
-    }
+    if (program != nullptr && !HandOverProgram(host, *program, error))
+        return false;
     for (const ParameterSetting& setting : settings) {
         const std::optional<ParameterValue> value = names_->Resolve(setting, error);
         if (!value)

@@ -76,6 +76,12 @@ bool CWavWriter::Write(std::span<const float> frames)
     return ::sf_write_float(file_, frames.data(), count) == count;
 }
 
+void CWavWriter::UpdateHeader()
+{
+    if (file_ != nullptr)
+        ::sf_command(file_, SFC_UPDATE_HEADER_NOW, nullptr, 0);
+}
+
 bool CWavWriter::Close()
 {
     return file_ != nullptr && ::sf_close(std::exchange(file_, nullptr)) == 0;

@@ -29,6 +29,8 @@ public:
     /// @param frames  interleaved: left, right, left, ..
     /// @return false when the disk takes no more
     [[nodiscard]] bool Write(std::span<const float> frames);
+    /// Has the header say what was written so far, for whoever reads the file meanwhile.
+    void UpdateHeader();
     /// Completes the header. @return whether all is on its way to the disk
     [[nodiscard]] bool Close();
     [[nodiscard]] std::int64_t ClippedSamples() const { return clipped_; }
