@@ -188,6 +188,11 @@ private:
                 return false;
             player_->SetRecorder(recorder_.get());
         }
+        return OpenMidi(error);
+    }
+
+    bool OpenMidi(std::string& error)
+    {
         midi_ = CMidiInputs::Open(
             options_.midi, [this]() -> CMidiQueue& { return player_->AddQueue(); }, error);
         return midi_ != nullptr;
@@ -286,9 +291,14 @@ private:
             return;
         const SoundFormat format = output_->Format();
         Say(output_->Name() + " has stopped");
+        // A server that has ended may have had MIDI, too. Its library takes no further call once
+        // the last of our sound is closed: the inputs go first.
+        midi_.reset();
         output_.reset();
         std::string error;
-        options_.rateHz = static_cast<int>(format.rateHz);
+        if (!OpenMidi(error))
+            Say(error);
+        options_.rateHz = static_cast<int>(format.rateHz); // the recording's
         if (!OpenOutput(error) || !StartSound(error)) {
             Say(error + ": the panel works, but nothing is heard");
             output_ = OpenSilence(format);
@@ -301,8 +311,8 @@ private:
     /// Afterwards only this thread is left, and the editor's.
     void StopThreads()
     {
+        midi_.reset(); // first, see WatchSound
         output_.reset();
-        midi_.reset();
     }
 
     bool End(std::string& error)

@@ -10,8 +10,6 @@ namespace keldra::standalone {
 
 namespace {
 
-using Clock = std::chrono::steady_clock;
-
 /// After a longer sleep of the machine, nobody wants what would have been heard meanwhile.
 constexpr std::chrono::milliseconds kMostLate{500};
 

@@ -3,6 +3,9 @@
 #include <RtAudio.h>
 #include <algorithm>
 #include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <thread>
 #include <utility>
 
 #include "apps/keldra/QuietStderr.h"
@@ -11,7 +14,12 @@ namespace keldra::standalone {
 
 namespace {
 
+using Seconds = std::chrono::duration<double>;
+
 constexpr int kUsualRateHz = 48000;
+constexpr Seconds kMostAhead{2.0};   ///< no buffer between us and a device holds as much
+constexpr Seconds kWatchedTime{5.0}; ///< the device's clock and ours differ only a little in that
+constexpr std::chrono::milliseconds kRestWhenLost{10};
 
 // Where a sound server runs it has the hardware, and mixes us with everybody else: servers first.
 constexpr RtAudio::Api kSystems[] = {RtAudio::UNIX_JACK, RtAudio::LINUX_PULSE, RtAudio::LINUX_ALSA,
@@ -44,10 +52,8 @@ public:
     ~CDeviceOutput() override
     {
         try {
-            if (audio_.isStreamRunning())
-                audio_.abortStream(); // stopping in good order would wait for a server, dead or not
             if (audio_.isStreamOpen())
-                audio_.closeStream();
+                audio_.closeStream();   // stopping first would wait for a server, dead or not
         } catch (const RtAudioError&) { // gone already
         }
     }
@@ -83,6 +89,7 @@ public:
     bool Start(CSoundSource& source, std::string& error) override
     {
         source_ = &source;
+        watchedFrom_ = Clock::now();
         try {
             audio_.startStream();
         } catch (const RtAudioError& problem) {
@@ -96,9 +103,30 @@ private:
     static int OnBlock(void* output, void*, unsigned frames, double, RtAudioStreamStatus,
                        void* self)
     {
-        static_cast<CDeviceOutput*>(self)->Fill(static_cast<float*>(output),
-                                                static_cast<int>(frames));
-        return 0;
+        constexpr int kGoOn = 0; // asking it to stop from here would throw what nobody can catch
+        auto& device = *static_cast<CDeviceOutput*>(self);
+        if (device.lost_) {
+            std::this_thread::sleep_for(kRestWhenLost);
+            return kGoOn;
+        }
+        device.Fill(static_cast<float*>(output), static_cast<int>(frames));
+        device.WatchPace(frames);
+        return kGoOn;
+    }
+
+    /// The library says nothing when a card is unplugged or a server ends: with nobody to wait for,
+    /// it just asks for more and more.
+    void WatchPace(unsigned frames)
+    {
+        watchedFrames_ += frames;
+        const Seconds took = Clock::now() - watchedFrom_;
+        const Seconds asked{static_cast<double>(watchedFrames_) / format_.rateHz};
+        if (asked - took > kMostAhead)
+            lost_ = true;
+        if (took < kWatchedTime)
+            return;
+        watchedFrom_ = Clock::now();
+        watchedFrames_ = 0;
     }
 
     void Fill(float* output, int frames)
@@ -123,6 +151,8 @@ private:
     CSoundSource* source_ = nullptr;
     bool isMono_ = false;
     std::vector<float> unheard_; ///< the right channel of a device that has one only
+    Clock::time_point watchedFrom_;
+    std::uint64_t watchedFrames_ = 0;
     std::atomic<bool> lost_{false};
 };
 

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 #include <string>
 
 namespace keldra::standalone {
+
+using Clock = std::chrono::steady_clock;
 
 struct SoundFormat {
     double rateHz = 48000.0;
