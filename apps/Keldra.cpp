@@ -4,6 +4,7 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <cstdint>
 #include <cstdio>
 #include <exception>
 #include <filesystem>
@@ -17,6 +18,7 @@
 #include "apps/host/VstHost.h"
 #include "apps/keldra/Choice.h"
 #include "apps/keldra/ComputerKeyboard.h"
+#include "apps/keldra/Icon.h"
 #include "apps/keldra/MidiInputs.h"
 #include "apps/keldra/Options.h"
 #include "apps/keldra/Player.h"
@@ -114,7 +116,7 @@ private:
     void OnKeysLost() override { keyboard_->ReleaseAll(); }
     void OnTopWindowLost() override
     {
-        Say("the display has gone");
+        Say("its window has gone");
         ended_ = true;
     }
 
@@ -171,8 +173,12 @@ private:
     {
         const vst::CVstHost::Size size = *host_->EditorSize();
         const std::string name = host_->EffectName();
-        window_ = CTopWindow::Open(
-            {name.empty() ? "Keldra" : name, "keldra", {size.height, size.width}}, *this, error);
+        const std::vector<std::uint32_t> icon = DrawIcon();
+        window_ = CTopWindow::Open({name.empty() ? "Keldra" : name,
+                                    "keldra",
+                                    {size.height, size.width},
+                                    {icon.data(), {kIconPixels, kIconPixels}}},
+                                   *this, error);
         windowToWake = window_.get();
         return window_ != nullptr;
     }

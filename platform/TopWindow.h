@@ -34,6 +34,7 @@ struct TopWindowLook {
     std::string title;   ///< UTF-8
     std::string program; ///< by which the desktop knows the program; ASCII
     PixelSize size;      ///< fixed
+    PixelView icon;      ///< read while the window is opened; empty: the desktop's own
 };
 
 /// A program's window on the desktop, of a fixed size, in which an editor is embedded as in a

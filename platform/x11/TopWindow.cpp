@@ -7,6 +7,8 @@
 #include <string_view>
 #include <sys/eventfd.h>
 #include <unistd.h>
+#include <utility>
+#include <vector>
 
 #include "platform/posix/FileDescriptor.h"
 #include "platform/x11/WindowConnection.h"
@@ -20,6 +22,7 @@ enum EAtom : unsigned {
     kDeleteWindow,
     kPing,
     kNetName,
+    kNetIcon,
     kNetPid,
     kNetIsNormal,
     kNetType,
@@ -28,9 +31,16 @@ enum EAtom : unsigned {
     kAtomCount,
 };
 constexpr const char* kAtomNames[kAtomCount] = {
-    "WM_PROTOCOLS",        "WM_DELETE_WINDOW", "_NET_WM_PING",
-    "_NET_WM_NAME",        "_NET_WM_PID",      "_NET_WM_WINDOW_TYPE_NORMAL",
-    "_NET_WM_WINDOW_TYPE", "UTF8_STRING",      "WM_CLIENT_MACHINE",
+    "WM_PROTOCOLS",
+    "WM_DELETE_WINDOW",
+    "_NET_WM_PING",
+    "_NET_WM_NAME",
+    "_NET_WM_ICON",
+    "_NET_WM_PID",
+    "_NET_WM_WINDOW_TYPE_NORMAL",
+    "_NET_WM_WINDOW_TYPE",
+    "UTF8_STRING",
+    "WM_CLIENT_MACHINE",
 };
 
 /// Servers on Linux number keys as the kernel does, and that as PC keyboards do, plus 8.
@@ -152,6 +162,20 @@ private:
         const auto height = static_cast<std::uint32_t>(look.size.height);
         const std::uint32_t sizes[18] = {1 << 4 | 1 << 5, 0, 0, 0, 0, width, height, width, height};
         SetWords(XCB_ATOM_WM_NORMAL_HINTS, XCB_ATOM_WM_SIZE_HINTS, sizes);
+        SetIcon(look.icon);
+    }
+
+    void SetIcon(const PixelView& icon)
+    {
+        if (icon.pixels == nullptr)
+            return;
+        std::vector<std::uint32_t> words = {static_cast<std::uint32_t>(icon.size.width),
+                                            static_cast<std::uint32_t>(icon.size.height)};
+        for (int row = icon.size.height - 1; row >= 0; --row) { // the desktop's are top down
+            const std::uint32_t* const pixels = icon.pixels + std::ptrdiff_t{row} * icon.size.width;
+            words.insert(words.end(), pixels, pixels + icon.size.width);
+        }
+        SetWords(atoms_[kNetIcon], XCB_ATOM_CARDINAL, words);
     }
 
     /// @return whether there were any
@@ -162,11 +186,15 @@ private:
             any = true;
             OnEvent(*event);
         }
-        if (!lost_ && xcb_connection_has_error(connection_.get()) != 0) {
-            lost_ = true;
-            client_.OnTopWindowLost();
-        }
+        if (xcb_connection_has_error(connection_.get()) != 0)
+            OnLost();
         return any;
+    }
+
+    void OnLost()
+    {
+        if (!std::exchange(lost_, true))
+            client_.OnTopWindowLost();
     }
 
     void OnEvent(const xcb_generic_event_t& event)
@@ -182,6 +210,10 @@ private:
         case XCB_FOCUS_OUT:
             OnFocus(reinterpret_cast<const xcb_focus_in_event_t&>(event),
                     (event.response_type & 0x7f) == XCB_FOCUS_IN);
+            break;
+        case XCB_DESTROY_NOTIFY: // of what is embedded, too
+            if (reinterpret_cast<const xcb_destroy_notify_event_t&>(event).window == window_)
+                OnLost();
             break;
         case XCB_CLIENT_MESSAGE:
             OnMessage(reinterpret_cast<const xcb_client_message_event_t&>(event));
