@@ -7,11 +7,9 @@
 #include <cstdint>
 #include <cstdio>
 #include <exception>
-#include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
-#include <system_error>
 #include <utility>
 #include <vector>
 
@@ -27,8 +25,8 @@
 #include "apps/keldra/StateFile.h"
 #include "apps/render/InputFile.h"
 #include "apps/render/Instrument.h"
+#include "apps/render/Sounds.h"
 #include "apps/render/Text.h"
-#include "platform/Folders.h"
 #include "platform/TopWindow.h"
 
 namespace keldra::standalone {
@@ -147,19 +145,10 @@ private:
         return true;
     }
 
-    /// A file, or else a program of the library.
     bool ReadProgramFile(std::string& error)
     {
-        std::string path = options_.program;
-        std::error_code ignored;
-        if (!std::filesystem::exists(path, ignored)) {
-            const std::string banks = render::BanksBeside(options_.modulePath);
-            path = JoinPath(banks, options_.program + ".keldra");
-            if (!std::filesystem::exists(path, ignored)) {
-                error = options_.program + ": no such file, and no such program in " + banks;
-                return false;
-            }
-        }
+        const std::string path =
+            render::FindProgram(options_.program, {}, render::FactoryFolders(options_.modulePath));
         std::vector<std::byte> file;
         if (!render::ReadInput(path, render::kMaxSmallFileBytes, file, error))
             return false;

@@ -109,6 +109,12 @@ public:
     }
 
 private:
+    struct Key {
+        bool down = false;      ///< as the client knows it
+        bool mayRepeat = false; ///< a release came while it was held
+        xcb_timestamp_t releasedAt = 0;
+    };
+
     void LearnAtoms()
     {
         xcb_intern_atom_cookie_t cookies[kAtomCount];
@@ -223,7 +229,8 @@ private:
         }
     }
 
-    /// A held key repeats as releases with presses: it is still down while it is told to be up.
+    /// A held key repeats as releases with presses of the same time: it is still down while it is
+    /// told to be up.
     bool IsHeld(xcb_keycode_t keycode)
     {
         const CXcbReply<xcb_query_keymap_reply_t> reply(xcb_query_keymap_reply(
@@ -233,10 +240,17 @@ private:
 
     void OnKey(const xcb_key_press_event_t& event, bool down)
     {
-        bool& known = down_[event.detail];
-        if (known == down || (!down && IsHeld(event.detail)))
-            return;
-        known = down;
+        Key& key = keys_[event.detail];
+        if (down && key.down && key.mayRepeat && event.time != key.releasedAt)
+            Tell(event, false); // no repeat, but a finger that was quicker than we looked
+        key.mayRepeat = !down && IsHeld(event.detail);
+        key.releasedAt = event.time;
+        if (key.down != down && !key.mayRepeat)
+            Tell(event, down);
+    }
+    void Tell(const xcb_key_press_event_t& event, bool down)
+    {
+        keys_[event.detail].down = down;
         client_.OnPlacedKey({event.detail - kFirstKeycode, ModifiersOf(event.state), down});
     }
 
@@ -249,8 +263,8 @@ private:
             FocusEmbedded();
             return;
         }
-        for (bool& down : down_)
-            down = false;
+        for (Key& key : keys_)
+            key = {};
         client_.OnKeysLost();
     }
 
@@ -288,7 +302,7 @@ private:
     CTopWindowClient& client_;
     const CFileDescriptor wake_;
     xcb_atom_t atoms_[kAtomCount] = {};
-    bool down_[256] = {}; ///< keys as the client knows them, by keycode
+    Key keys_[256] = {}; ///< by keycode
     bool lost_ = false;
 };
 
