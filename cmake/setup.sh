@@ -37,11 +37,16 @@ install_packages() {
         fail "apt-get could not install: ${missing[*]}"
 }
 
+# configure PRESET [OPTION...]: once; later calls leave it as it is
+configure() {
+    [ -f "build/$1/build.ninja" ] || cmake --preset "$@" >/dev/null ||
+        fail "The preset $1 can't be configured"
+}
+
 # build PRESET [TARGET...]
 build() {
     local preset=$1
     shift
-    [ -f "build/$preset/build.ninja" ] || cmake --preset "$preset" >/dev/null ||
-        fail "The preset $preset can't be configured"
+    configure "$preset"
     cmake --build "build/$preset" ${*:+--target "$@"}
 }
