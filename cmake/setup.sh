@@ -50,3 +50,20 @@ build() {
     configure "$preset"
     cmake --build "build/$preset" ${*:+--target "$@"}
 }
+
+# The bundle and the programs in one folder of this user's, where hosts look.
+user_folder=$HOME/.vst/Keldra
+
+install_for_user() {
+    cmake --install build/release --component user --prefix "$user_folder" >/dev/null
+    # What ./run --uninstall takes away again: no sound that the user has saved there.
+    sed "s|^$user_folder/||" build/release/install_manifest_user.txt >"$user_folder/installed.txt"
+    say "Installed in $user_folder"
+}
+
+uninstall_for_user() {
+    [ -f "$user_folder/installed.txt" ] || fail "Nothing of ./run --install is in $user_folder"
+    (cd "$user_folder" && xargs -d '\n' rm -f <installed.txt && rm -f installed.txt)
+    find "$user_folder" -type d -empty -delete
+    say "Taken away from $user_folder"
+}

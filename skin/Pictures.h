@@ -23,6 +23,9 @@ namespace keldra::skin {
 [[nodiscard]] Picture DrawWhiteKey();
 [[nodiscard]] Picture DrawBlackKey();
 
+/// The program's icon, square. @param size  pixels
+[[nodiscard]] Picture DrawIcon(int size);
+
 /// The name, letters of strokes, `height` pixels high, its top left corner at (x, y). Sets the
 /// canvas's path and strokes it. @return its width
 double DrawWordmark(CCanvas& canvas, double x, double y, double height, bool engraved);

@@ -12,7 +12,14 @@ namespace keldra::render {
 
 std::string BundledModulePath()
 {
-    return JoinPath(JoinPath(ModuleFolder(), "Keldra"), "Keldra.so");
+    constexpr const char* kPlaces[] = {"Keldra/Keldra.so", "Keldra.so",
+                                       "../lib/vst/Keldra/Keldra.so"};
+    for (const char* place : kPlaces) {
+        std::error_code ignored;
+        if (std::filesystem::is_regular_file(ModuleFolder() + place, ignored))
+            return ModuleFolder() + place;
+    }
+    return ModuleFolder() + kPlaces[0];
 }
 
 std::shared_ptr<vst::CVstModule> LoadInstrument(const std::string& modulePath, std::string& error)

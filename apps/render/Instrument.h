@@ -8,7 +8,9 @@
 
 namespace keldra::render {
 
-/// Where the module that was built with this program is.
+/// Where the module that was built with this program is, by the program's own place: in the folder
+/// Keldra beside it, as it is built; beside it, as a user installs it; in lib/vst/Keldra beside its
+/// own bin, as systems do. The first of these that is there, else the first.
 [[nodiscard]] std::string BundledModulePath();
 
 /// @param error  receives one line when the answer is null
