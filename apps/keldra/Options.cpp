@@ -50,7 +50,7 @@ void Declare(CLI::App& app, Options& options, RawOptions& raw)
     app.add_option("--record", options.recordPath, "Write what is heard to this file as it plays")
         ->option_text("FILE.wav");
     app.add_option("--module", options.modulePath,
-                   "VST 2 instrument to play (Keldra/Keldra.so beside this program)")
+                   "VST 2 instrument to play (Keldra, by this program's place)")
         ->option_text("PATH");
     app.add_flag("--no-audio", options.noAudio, "Play without a sound device");
     app.add_flag("--list-devices", options.listDevices,

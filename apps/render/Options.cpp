@@ -30,7 +30,7 @@ void Declare(CLI::App& app, Options& options, RawOptions& raw)
     app.add_option("song", options.songPath, "MIDI file to play")->option_text("SONG.mid");
     app.add_option("-o,--output", options.outputPath, "WAV file to write")->option_text("OUT.wav");
     app.add_option("--module", options.modulePath,
-                   "VST 2 instrument to play it on (Keldra/Keldra.so beside this program)")
+                   "VST 2 instrument to play it on (Keldra, by this program's place)")
         ->option_text("PATH");
     app.add_option("--sounds", options.soundsPath, "Text file with the sound of each channel")
         ->option_text("FILE");
