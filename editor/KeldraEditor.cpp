@@ -83,6 +83,13 @@ void KeldraEditor::Connect(CPluginRenderer& renderer, CPluginWrapper& host)
         synth_->Presets().SetClient(this);
 }
 
+void KeldraEditor::Close()
+{
+    CPluginEditor::Close();
+    if (synth_ != nullptr)
+        synth_->Presets().CloseDialog(); // nobody would ask for its answer any more
+}
+
 // --- The panel ---
 
 bool KeldraEditor::LoadSkin()
@@ -381,6 +388,9 @@ void KeldraEditor::ShowParameterText()
     CTextWriter writer(text);
     if (const int selected = synth_->SelectedParameter(); selected < 0) {
         writer.Append("Param: ...");
+    } else if (selected >= kSpare74 && selected <= kLfoSync) {
+        // A setting of the engine: without a name in hosts, and without a link.
+        writer.Append(kEngineSettings[static_cast<std::size_t>(selected - kSpare74)].what);
     } else {
         std::array<char, 128> name;
         synth_->GetParameterName(selected, name);

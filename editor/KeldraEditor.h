@@ -33,6 +33,8 @@ public:
     using CPluginEditor::Open;
     bool Open(void* parent) override; ///< builds the panel first where the skin was missing before
 
+    void Close() override;
+
     bool OnControlPressed(CControl* control) override;
     void OnControlReleased(CControl* control) override;
     bool OnControlChanged(CControl* control, float value) override;

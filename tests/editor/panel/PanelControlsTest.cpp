@@ -3,6 +3,7 @@
 #include <map>
 #include <set>
 
+#include "frame/PluginInstance.h"
 #include "tests/editor/panel/PanelRig.h"
 
 namespace keldra::test {
@@ -271,6 +272,16 @@ TEST_F(PanelControls, FollowsTheHostAtTheNextTickAndDrawsNothingElse)
         EXPECT_TRUE(window_.TakePresented().empty());
     }
     EXPECT_EQ(rig_.TakeLog(), "") << "the host is not told what it told";
+}
+
+TEST_F(PanelControls, LeavesTheRightButtonToTheHostThatHasAMenuForIt)
+{
+    rig_.host->SetParameter(kFilterCutoff, 0.5f);
+    CPluginInstance::GetMutable().SetHostNative();
+    rig_.Click(ControlOf(kFilterCutoff).rect, EMouseButton::Right);
+    EXPECT_EQ(rig_.TakeLog(), "");
+    EXPECT_EQ(ValueOf(kFilterCutoff), 0.5f);
+    CPluginInstance::GetMutable().SetHostVst();
 }
 
 TEST_F(PanelControls, ListensToTheHandRatherThanTheHostAndLetsGoWhenTheWindowGoes)

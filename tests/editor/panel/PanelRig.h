@@ -50,6 +50,10 @@ public:
         if (opens)
             Open();
     }
+    ~CPanelRig() { host->CloseEditor(); }
+    CPanelRig(const CPanelRig&) = delete;
+    CPanelRig& operator=(const CPanelRig&) = delete;
+
     void Open()
     {
         ASSERT_TRUE(host->OpenEditor(reinterpret_cast<void*>(7)));
