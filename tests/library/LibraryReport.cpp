@@ -37,10 +37,11 @@ void PrintBank(const std::string& folder, const std::string& bank)
         "most like |\n|---|---|---|---|---|---|---|---|---|---|\n",
         bank.c_str());
     for (const ProgramMeasure& program : programs)
-        std::printf("| %s | %.1f | %.1f | %.1f | %.0f | %.2f | %.1f | %.1f | %.1f | %s |\n",
-                    program.name.c_str(), program.loudness, program.quietest, program.peak,
-                    program.brightness, program.attack, program.tail, program.wheel,
-                    100.0 * program.cost, Nearest(programs, program).c_str());
+        std::printf(
+            "| %s | %.1f | %.1f | %.1f | %.0f | %.2f | %.1f | %.1f, %.0f %% | %.1f | %s |\n",
+            program.name.c_str(), program.loudness, program.quietest, program.peak,
+            program.brightness, program.attack, program.tail, program.wheel,
+            100.0 * program.wheelChange, 100.0 * program.cost, Nearest(programs, program).c_str());
     std::fflush(stdout);
 }
 
@@ -56,17 +57,17 @@ int main(int argc, char** argv)
     std::printf(
         "# The factory programs, measured\n\n"
         "Made by `keldra_library_report`. Each is played as its bank is meant to be: chords of "
-        "four "
-        "notes held\nor struck, lines for basses and leads, single strokes for drums; at 44.1 kHz "
-        "and "
-        "120 beats per minute.\n\n"
+        "four notes held\nor struck, lines for basses and leads, single strokes for drums; at 44.1 "
+        "kHz and 120 beats per minute.\n\n"
         "- loudness: LUFS at velocity 90; softest: at velocity 40; peak: dBFS, the highest of "
         "velocities 40, 90\n  and 127, each with the wheel down and up\n"
-        "- brightness: Hz, centre of the power spectrum; attack: seconds to 70 %% of the greatest "
-        "level; tail:\n  seconds from the release to below -80 dBFS\n"
-        "- wheel: what the wheel changes, dB a band on average; cost: per cent of one core of the "
-        "machine that\n  measured; most like: the nearest in its bank, and how far it is, in dB a "
-        "band\n");
+        "- brightness: Hz, centre of the amplitude spectrum; attack: seconds to 70 %% of the "
+        "greatest level; tail:\n  seconds from the release to below -80 dBFS\n"
+        "- wheel: what the wheel changes, in dB a band on average, and as the power of the "
+        "difference to the sound\n  with the wheel down (vibrato and panning hardly move the bands)"
+        "\n- cost: per cent of one core of the machine that measured; most like: the nearest in "
+        "its "
+        "bank, and how\n  far it is, in dB a band\n");
     for (const keldra::FolderEntry& bank : banks)
         if (bank.isFolder && (argc == 2 || bank.name == argv[2]))
             PrintBank(argv[1], bank.name);

@@ -73,7 +73,7 @@ TEST_P(FactoryBank, PlaysSideBySide)
         wheels += program.wheelChange > 0.05 ? 1 : 0;
         for (const ProgramMeasure& other : programs)
             if (&other < &program) {
-                EXPECT_GT(Distance(program.fingerprint, other.fingerprint), 1.5)
+                EXPECT_GT(Distance(program.fingerprint, other.fingerprint), 2.0)
                     << program.name << " sounds like " << other.name;
             }
     }

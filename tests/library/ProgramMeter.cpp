@@ -286,8 +286,8 @@ public:
         double weighted = 0.0;
         for (const std::vector<double>& power : powers)
             for (std::size_t bin = 0; bin < power.size(); ++bin) {
-                sum += power[bin];
-                weighted += power[bin] * BinHz(bin);
+                sum += std::sqrt(power[bin]);
+                weighted += std::sqrt(power[bin]) * BinHz(bin);
             }
         return weighted / sum;
     }

@@ -34,7 +34,7 @@ struct ProgramMeasure {
     double loudness = 0.0;    ///< LUFS, velocity 90, wheel down
     double quietest = 0.0;    ///< LUFS, velocity 40, the lower of both wheel positions
     double peak = 0.0;        ///< dBFS, of all
-    double brightness = 0.0;  ///< Hz: centre of the spectrum's power
+    double brightness = 0.0;  ///< Hz: centre of the amplitude spectrum
     double attack = 0.0;      ///< seconds to 70 % of the greatest level
     double tail = 0.0;        ///< seconds from the release to below -80 dBFS; 22: never
     double offset = 0.0;      ///< mean of a channel that stays, dBFS
