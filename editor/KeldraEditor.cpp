@@ -7,6 +7,7 @@
 #include <set>
 #include <vector>
 
+#include "editor/FileChooser.h"
 #include "editor/PresetListAboutBox.h"
 #include "editor/PresetListEditor.h"
 #include "engine/KeldraSynth.h"
@@ -20,6 +21,7 @@
 #include "gui/ControlMenu.h"
 #include "gui/ControlSlider.h"
 #include "gui/ControlStateSelector.h"
+#include "gui/Fonts.h"
 #include "platform/Folders.h"
 #include "platform/ModulePath.h"
 #include "presets/LibraryFolder.h"
@@ -424,7 +426,7 @@ void KeldraEditor::SyncControls()
         return;
     std::array<char, 256> name;
     synth_->GetProgramName(name);
-    SetDisplayText(programName_, TextIn(name));
+    SetDisplayText(programName_, Drawable(TextIn(name)));
     ShowParameterText();
     ShowControllerText();
     if (pitchWheel_ != nullptr)
@@ -522,9 +524,13 @@ std::uintptr_t KeldraEditor::DialogOwner() const
     return Handle();
 }
 
-std::unique_ptr<CFileDialog> KeldraEditor::OpenOwnFileDialog(const FileDialogRequest&)
+std::unique_ptr<CFileDialog> KeldraEditor::OpenOwnFileDialog(const FileDialogRequest& request)
 {
-    return nullptr;
+    const CUiLock lock;
+    if (!CWindowPort::IsOpen())
+        return nullptr;
+    return OpenFileChooser(*this, request,
+                           [this](std::function<void()> action) { AfterEvent(std::move(action)); });
 }
 
 } // namespace keldra

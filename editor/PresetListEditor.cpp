@@ -12,6 +12,7 @@
 #include "frame/Text.h"
 #include "gui/ControlButton.h"
 #include "gui/ControlList.h"
+#include "gui/Fonts.h"
 #include "gui/WindowPort.h"
 #include "presets/PresetList.h"
 
@@ -70,18 +71,24 @@ void SetBankLook(CControlList& list)
         list.SetPaletteColor(place, color);
 }
 
-/// "1. Basses", "2. Leads" and so on. Keeps what is scrolled to.
+/// "1. Basses", "2. Leads" and so on.
+std::string LineText(int index, const std::vector<std::string>& names)
+{
+    return std::to_string(index + 1) + ". " + Drawable(names[static_cast<std::size_t>(index)]);
+}
+
+/// Keeps what is scrolled to.
 void FillList(CControlList& list, const std::vector<std::string>& names, int selected)
 {
     bool same = list.GetItemCount() == static_cast<int>(names.size());
     for (int i = 0; i < static_cast<int>(names.size()); ++i) {
-        const std::string text = std::to_string(i + 1) + ". " + names[static_cast<std::size_t>(i)];
+        const std::string text = LineText(i, names);
         same = same && list.GetItem(i)->text == text;
     }
     if (!same) {
         list.ClearItems();
-        for (std::size_t i = 0; i < names.size(); ++i)
-            list.NewItem().text = std::to_string(i + 1) + ". " + names[i];
+        for (int i = 0; i < static_cast<int>(names.size()); ++i)
+            list.NewItem().text = LineText(i, names);
         list.SetScrollOffset(list.GetScrollOffset()); // within the new range
     }
     const bool moved = list.GetValue() != static_cast<float>(selected);
@@ -135,7 +142,7 @@ void CPresetListEditor::Refresh()
     FillList(*programList_, lists.programs, lists.program);
     std::array<char, 256> name;
     synth_.GetProgramName(name);
-    nameDisplay_->SetText(TextIn(name));
+    nameDisplay_->SetText(Drawable(TextIn(name)));
 }
 
 void CPresetListEditor::FocusPrograms()

@@ -55,6 +55,7 @@ public:
     }
     void SetItemHeight(int pixels) { itemHeight_ = pixels > 0 ? pixels : 1; }
     void SetBandHeight(int pixels) { bandHeight_ = pixels; }
+    void SetTextIndent(int pixels) { textIndent_ = pixels; }
     void SetMargins(int horizontal, int vertical) { margins_ = {horizontal, vertical}; }
     void SetBoldItems(bool bold) { boldItems_ = bold; }
     /// Shown instead of the display's own image while the list is open. Not owned.

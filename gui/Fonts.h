@@ -2,6 +2,8 @@
 
 #include <cstdint>
 #include <span>
+#include <string>
+#include <string_view>
 
 #include "gui/GraphicBuffer.h"
 
@@ -42,5 +44,9 @@ private:
     std::span<const std::uint8_t> data_;
     int spacing_;
 };
+
+/// A text as the fonts can show it: Latin letters without their accents, and one '?' for each
+/// character that they lack, instead of one for each of its bytes.
+[[nodiscard]] std::string Drawable(std::string_view utf8);
 
 } // namespace keldra

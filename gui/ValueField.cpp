@@ -1,7 +1,6 @@
 #include "gui/ValueField.h"
 
 #include <algorithm>
-#include <string_view>
 #include <utility>
 
 #include "gui/ControlKnob.h"
@@ -19,50 +18,6 @@ constexpr Color kFailedText = Rgb(190, 20, 20);
 
 } // namespace
 
-bool CTextLine::Press(int key)
-{
-    const bool replaces = std::exchange(allSelected_, false);
-    const auto remove = [this](std::size_t from, std::size_t count) {
-        text_.erase(from, count);
-        caret_ = from;
-    };
-    switch (key) {
-    case kKeyLeft:
-        caret_ = replaces ? 0 : caret_ - std::min<std::size_t>(caret_, 1);
-        return true;
-    case kKeyRight:
-        caret_ = std::min(caret_ + 1, text_.size());
-        return true;
-    case kKeyHome:
-        caret_ = 0;
-        return true;
-    case kKeyEnd:
-        caret_ = text_.size();
-        return true;
-    case kKeyBackspace:
-    case kKeyDelete:
-        if (replaces)
-            remove(0, text_.size());
-        else if (key == kKeyDelete && caret_ < text_.size())
-            remove(caret_, 1);
-        else if (key == kKeyBackspace && caret_ > 0)
-            remove(caret_ - 1, 1);
-        return true;
-    default:
-        break;
-    }
-    if (key < ' ' || key > '~') {
-        allSelected_ = replaces;
-        return false;
-    }
-    if (replaces)
-        remove(0, text_.size());
-    if (text_.size() >= kLongestText)
-        return false;
-    text_.insert(caret_++, 1, static_cast<char>(key));
-    return true;
-}
-
 CValueFieldGroup::CValueFieldGroup(CControl& control, std::string text)
     : control_(&control), line_(std::move(text))
 {
@@ -74,7 +29,9 @@ void CValueFieldGroup::Open(CWindowPort& port, CControl& control)
     std::unique_ptr<CValueFieldGroup> group(
         new CValueFieldGroup(control, control.GetValueText().substr(0, kLongestText)));
     CValueFieldGroup& field = *group;
-    field.SetRect(CControlKnob::PopupPlace(control.GetRect(), kFieldSize, port.GetSize()));
+    PixelRect place = CControlKnob::PopupPlace(control.GetRect(), kFieldSize, port.GetSize());
+    place.x = std::max(std::min(place.x, port.GetSize().width - place.width), 0);
+    field.SetRect(place);
     if (!port.AddGroup(std::move(group)))
         return;
     field.SetFocusGroup();
@@ -99,24 +56,8 @@ void CValueFieldGroup::Draw()
     buffer->SetFillColor(kFill);
     buffer->DrawPanel({x + 5, y + 5, width - 10, height - 10}, ECorners::Rounded, 1.0f, 0.0f);
 
-    const PixelRect box{x + 10, y + 9, width - 20, height - 18};
-    if (!buffer->SetClip(box))
-        return;
-    const auto widthOf = [buffer](std::string_view text) {
-        return buffer->DrawText(text, {}, ETextPass::MeasureOnly).width;
-    };
-    const std::string& text = line_.Text();
-    const int caret =
-        text.empty() ? 0 : widthOf(std::string_view(text).substr(0, line_.Caret())) + 1;
-    const int scrolled = std::max(caret - (box.width - 2), 0); // the caret stays in sight
-    if (line_.IsAllSelected() && !text.empty()) {
-        buffer->SetFillColor(kSelection);
-        buffer->FillRect({box.x - 1, box.y, widthOf(text) + 2, box.height});
-    }
-    buffer->SetTextColor(failed_ ? kFailedText : kOpaqueBlack);
-    buffer->DrawText(text, {box.x - scrolled, box.y, box.width, box.height});
-    buffer->SetFillColor(kOpaqueBlack);
-    buffer->FillRect({box.x - scrolled + caret, box.y + 1, 1, box.height - 2});
+    DrawTextLine(*buffer, line_, {x + 10, y + 9, width - 20, height - 18},
+                 {failed_ ? kFailedText : kOpaqueBlack, kSelection, kOpaqueBlack, true});
 }
 
 bool CValueFieldGroup::OnMouseDown()

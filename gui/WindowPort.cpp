@@ -50,7 +50,7 @@ bool CWindowPort::Open(NativeHandle parent)
 {
     const CUiLock lock;
     if (lost_)
-        Close(); // the host never did, but it has a new place for us
+        CWindowPort::Close(); // the host never did, but it has a new place for us
     if (IsOpen())
         return true;
     const PixelSize size = std::exchange(size_, PixelSize{});

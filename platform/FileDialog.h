@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace keldra {
@@ -63,5 +64,9 @@ protected:
 
 /// The patterns of a filter one by one, "*" for "*.*".
 [[nodiscard]] std::vector<std::string> SplitPatterns(const std::string& patterns);
+
+/// Whether a file name fits one of the patterns, in which * stands for any characters and ? for one
+/// byte; capitals and small letters of ASCII are alike. No pattern at all fits every name.
+[[nodiscard]] bool FitsPatterns(std::string_view fileName, const std::string& patterns);
 
 } // namespace keldra

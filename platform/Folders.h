@@ -29,6 +29,9 @@ struct FolderEntry {
 
 [[nodiscard]] bool FolderExists(std::string_view path);
 
+/// This user's own folder; the root of all folders when the system doesn't say.
+[[nodiscard]] std::string HomeFolder();
+
 /// Order of names as people expect it: capitals and small letters alike (Latin, Greek and
 /// Cyrillic), runs of digits by their number ("Pad 9" before "Pad 10"). Names that only differ in
 /// these come in the order of their bytes, so that the order is total and nowhere depends on a

@@ -1,6 +1,7 @@
 #include "platform/Folders.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <dirent.h>
 #include <fcntl.h>
 #include <memory>
@@ -50,6 +51,12 @@ bool FolderExists(std::string_view path)
     struct stat status {};
     return path.find('\0') == std::string_view::npos &&
            ::stat(std::string(path).c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+std::string HomeFolder()
+{
+    const char* const home = std::getenv("HOME");
+    return home != nullptr && *home == kPathSeparator ? home : "/";
 }
 
 } // namespace keldra
