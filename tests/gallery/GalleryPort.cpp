@@ -4,6 +4,7 @@
 #include <charconv>
 #include <cmath>
 
+#include "gui/ControlTextField.h"
 #include "tests/gallery/GalleryImages.h"
 
 namespace keldra {
@@ -163,6 +164,9 @@ void CGalleryPort::AddDisplays()
         display.SetHalo(c.halo);
         y += 17;
     }
+    auto& field = GetRootGroup()->Add(std::make_unique<CControlTextField>());
+    field.SetRect({10, 210, 130, 20});
+    field.SetText("a field");
 }
 
 void CGalleryPort::AddMenus()
