@@ -269,8 +269,10 @@ void CFileChooser::ShowFolder(ChooserFolder folder, const std::string& selected)
                        : folder_.path);
     list_->Fill(folder_);
     list_->SetValue(-1.0f);
-    if (!IsSaving())
+    if (!IsSaving()) {
         name_->SetText("");
+        list_->SetFocus();
+    }
     const auto& entries = folder_.entries;
     const auto found = std::find_if(entries.begin(), entries.end(), [&](const FolderEntry& entry) {
         return entry.name == selected ||
@@ -384,7 +386,7 @@ void CFileChooser::ShowQuestion(bool shown)
     name_->SetHidden(shown);
     accept_->SetText(shown ? "Replace" : IsSaving() ? "Save" : "Open");
     cancel_->SetText(shown ? "Keep" : "Cancel");
-    TakeKeyboard();
+    shown ? list_->SetFocus() : name_->SetFocus();
     Refresh();
 }
 

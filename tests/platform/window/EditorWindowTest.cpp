@@ -3,7 +3,13 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <cmath>
+#include <fstream>
+#include <functional>
 #include <gtest/gtest.h>
+#include <iterator>
+#include <malloc.h>
+#include <string>
 #include <thread>
 #include <vector>
 
@@ -94,6 +100,239 @@ TEST_F(EditorWindow, DragsAKnobAndShowsItSoon)
     std::sort(milliseconds.begin(), milliseconds.end());
     RecordProperty("p95_us", static_cast<int>(milliseconds[94] * 1000.0));
     EXPECT_LT(milliseconds[94], 20.0) << "median " << milliseconds[49];
+}
+
+/// What hands do to each kind of control, after the host has put the editor into another window of
+/// its own, as plugs and sockets do.
+TEST_F(EditorWindow, DoesWhatHandsAskInAWindowThatWasMovedIntoAnother)
+{
+    const xcb_window_t socket = xcb_generate_id(host_.Connection());
+    xcb_create_window(host_.Connection(), XCB_COPY_FROM_PARENT, socket,
+                      static_cast<xcb_window_t>(host_.Window()), 30, 20, 480, 340, 0,
+                      XCB_WINDOW_CLASS_INPUT_OUTPUT, host_.Screen().root_visual, 0, nullptr);
+    xcb_map_window(host_.Connection(), socket);
+    xcb_reparent_window(host_.Connection(), Window(), socket, 0, 0);
+    host_.Show({100, 100}, {400, 560});
+    constexpr PixelPoint kOrigin{130, 120};
+
+    CControlKnob& knob = port_.Knob();
+    CControlMenu& menu = port_.LongMenu();
+    CControlList* list = nullptr;
+    CControlKeyboard* keyboard = nullptr;
+    {
+        const CUiLock lock;
+        knob.SetFineMode(EFineMode::Shift);
+        for (CControl* c = port_.GetRootGroup()->GetFirstControl(); c != nullptr;
+             c = c->GetNext()) {
+            list = list != nullptr ? list : dynamic_cast<CControlList*>(c);
+            keyboard = keyboard != nullptr ? keyboard : dynamic_cast<CControlKeyboard*>(c);
+        }
+    }
+    const auto at = [&](int x, int y) { host_.MoveTo({kOrigin.x + x, kOrigin.y + y}); };
+    const auto drag = [&](int dy) {
+        host_.Press(1);
+        for (int i = 0; i < 10; ++i) {
+            host_.MoveBy(0, dy / 10);
+            std::this_thread::sleep_for(10ms); // several at once would be one long move
+        }
+        host_.Release(1);
+    };
+    const auto wheel = [&](int button, int times) {
+        for (; times > 0; --times) {
+            host_.Press(button);
+            host_.Release(button);
+        }
+    };
+    const auto set = [&](float value) {
+        const CUiLock lock;
+        knob.SetValueRedraw(value);
+    };
+    const int shift = host_.KeycodeOf(0xffe1);
+    std::uint32_t under = 0;
+
+    struct Case {
+        const char* what;
+        std::function<void()> hands;
+        std::function<double()> seen; ///< with the UI lock
+        double expected, tolerance;
+    };
+    const auto value = [&] { return static_cast<double>(knob.GetValue()); };
+    const Case kCases[] = {
+        {"a drag of 80 pixels, up", [&] { at(28, 28), set(0.1f), drag(-80); }, value, 0.3, 1e-4},
+        {"finely, with Shift",
+         [&] {
+             host_.Fake(XCB_KEY_PRESS, shift);
+             drag(-80);
+             host_.Fake(XCB_KEY_RELEASE, shift);
+         },
+         value, 0.31, 1e-4},
+        {"a drag that passes the middle halts there", [&] { drag(-150); }, value, 0.5, 1e-6},
+        {"and goes on after 100 pixels more", [&] { set(0.49f), drag(-200); }, value, 0.65, 0.1},
+        {"a right click resets", [&] { set(0.9f), wheel(3, 1); }, value, 0.5, 1e-6},
+        {"a notch of the wheel", [&] { wheel(4, 3); }, value, 0.56, 1e-4},
+        {"the pop-up fades in",
+         [&] {
+             under = host_.PixelAt(Window(), 21, 55);
+             host_.Press(1);
+         },
+         [&] { return static_cast<double>(host_.PixelAt(Window(), 21, 55) >> 16); }, 218.0, 12.0},
+        {"and goes", [&] { host_.Release(1); },
+         [&] { return host_.PixelAt(Window(), 21, 55) == under ? 1.0 : 0.0; }, 1.0, 0.0},
+        {"a menu near the right edge opens to the left", [&] { at(410, 157), wheel(1, 1); },
+         [&] {
+             const PixelRect popup = menu.GetPopupRect();
+             return menu.IsPopupOpen() ? popup.x + popup.width : 0.0;
+         },
+         378.0, 0.0},
+        {"scrolls, and takes the row under the pointer",
+         [&] { at(350, 10 + 18 * 4 + 9), wheel(5, 6), wheel(1, 1); },
+         [&] { return static_cast<double>(menu.GetValue()); }, 10.0, 0.0},
+        {"a list scrolls by the wheel", [&] { at(220, 200), wheel(5, 2); },
+         [&] { return static_cast<double>(list->GetScrollOffset()); }, 2.0, 0.0},
+        {"and by its thumb, also outside of every window",
+         [&] {
+             at(340, 190);
+             host_.Press(1);
+             for (int i = 0; i < 60; ++i)
+                 host_.MoveBy(5, 5);
+         },
+         [&] { return static_cast<double>(list->GetScrollOffset()); }, 8.0, 0.0},
+        {"until it is let go there", [&] { host_.Release(1); },
+         [&] { return port_.IsCapturing() ? 1.0 : 0.0; }, 0.0, 0.0},
+        {"a key is as loud as it is low",
+         [&] {
+             at(14, 272 + 45);
+             host_.Press(1);
+             host_.MoveBy(60, 0);
+         },
+         [&] { return keyboard->GetCurrentKey() == 36 ? keyboard->GetVelocity() : 0.0; }, 0.75,
+         0.001},
+        {"and silent when it is let go", [&] { host_.Release(1); },
+         [&] { return static_cast<double>(keyboard->GetCurrentKey()); }, -1.0, 0.0},
+    };
+    for (const Case& c : kCases) {
+        c.hands();
+        double seen = 0.0;
+        EXPECT_TRUE(Eventually([&] {
+            const CUiLock lock;
+            seen = c.seen();
+            return std::abs(seen - c.expected) <= c.tolerance;
+        })) << c.what
+            << ": " << seen;
+        std::this_thread::sleep_for(50ms); // nothing more comes of it
+        const CUiLock lock;
+        EXPECT_NEAR(c.seen(), c.expected, c.tolerance) << c.what;
+    }
+}
+
+TEST_F(EditorWindow, LetsGoWhenItIsTakenAwayInMidDrag)
+{
+    struct Case {
+        const char* what;
+        std::function<void()> end;
+    };
+    const Case kCases[] = {
+        {"the connection is cut", [&] { xcb_kill_client(host_.Connection(), Window()); }},
+        {"the host destroys the editor's window",
+         [&] { xcb_destroy_window(host_.Connection(), Window()); }},
+        {"the host hides its own",
+         [&] { xcb_unmap_window(host_.Connection(), static_cast<xcb_window_t>(host_.Window())); }},
+    };
+    for (const Case& c : kCases) {
+        const int before = port_.gestures;
+        host_.MoveTo({128, 128});
+        host_.Press(1);
+        host_.MoveBy(0, -10);
+        EXPECT_TRUE(Eventually([&] { return port_.gestures == before + 1; })) << c.what;
+        c.end();
+        host_.Sync();
+        host_.MoveBy(0, -10);
+        host_.Release(1);
+        EXPECT_TRUE(Eventually([&] {
+            const CUiLock lock;
+            return port_.held == 0 && !port_.IsCapturing();
+        })) << c.what;
+        port_.Close();
+        EXPECT_TRUE(port_.Open(host_.Window())) << c.what;
+        host_.Show({100, 100}, {340, 480});
+        EXPECT_TRUE(Eventually([&] { return host_.PixelAt(Window(), 28, 28) != 0; })) << c.what;
+    }
+}
+
+/// Memory of this process that is in use, and of the server's process all that it has, in KiB.
+long UsedHere()
+{
+    return static_cast<long>(mallinfo2().uordblks / 1024);
+}
+long UsedByServer()
+{
+    std::ifstream file("/proc/" + std::to_string(CXvfb::Newest()) + "/statm");
+    long total = 0;
+    long resident = 0;
+    file >> total >> resident;
+    return resident * 4;
+}
+long LinesOf(const char* path)
+{
+    std::ifstream file(path);
+    return static_cast<long>(std::count(std::istreambuf_iterator<char>(file), {}, '\n'));
+}
+
+TEST_F(EditorWindow, IsOpenedAndClosedAThousandTimesWithoutATrace)
+{
+    CWatchedPort other;
+    long before[3] = {};
+    for (int round = 0; round <= 500; ++round) {
+        if (round == 100) {
+            before[0] = UsedHere();
+            before[1] = UsedByServer();
+            before[2] = LinesOf("/proc/self/maps");
+        }
+        EXPECT_TRUE(other.Open(host_.Window())); // two at once, the first to go first or last
+        port_.Close();
+        if (round % 2 == 0)
+            other.Close();
+        EXPECT_TRUE(port_.Open(host_.Window()));
+        other.Close();
+    }
+    EXPECT_LT(UsedHere() - before[0], 64);
+    EXPECT_LT(UsedByServer() - before[1], 1024);
+    EXPECT_LE(LinesOf("/proc/self/maps") - before[2], 8);
+    EXPECT_TRUE(Eventually([&] { return host_.PixelAt(Window(), 28, 28) != 0; }));
+}
+
+/// Pixels come through in every kind of window, shared with the server or sent.
+TEST(EditorWindowPixels, AreRightOnEveryVisualWithAndWithoutSharedMemory)
+{
+    for (const char* without : {static_cast<const char*>(nullptr), "MIT-SHM"}) {
+        CXvfb server(without);
+        server.SetUp();
+        {
+            CXHost host;
+            CGalleryPort port;
+            for (const XVisual& visual : host.Visuals()) {
+                const NativeHandle parent = host.AddWindow(visual, {10, 10, 480, 340});
+                EXPECT_TRUE(port.Open(parent));
+                const xcb_window_t window = [&] {
+                    const CUiLock lock;
+                    return static_cast<xcb_window_t>(port.Handle());
+                }();
+                for (const PixelPoint at : {PixelPoint{3, 3}, PixelPoint{28, 20}, {470, 330}}) {
+                    std::uint32_t expected = 0;
+                    {
+                        const CUiLock lock;
+                        expected = port.GetBackBuffer()->GetPixel(at.x, at.y) & 0xffffff;
+                    }
+                    EXPECT_TRUE(Eventually([&] {
+                        return host.PixelAt(window, at.x, at.y) == expected;
+                    })) << int{visual.depth}
+                        << (without != nullptr ? " without " : "");
+                }
+                port.Close();
+            }
+        }
+        server.TearDown();
+    }
 }
 
 TEST_F(EditorWindow, BalancesEveryGestureOfARandomSession)

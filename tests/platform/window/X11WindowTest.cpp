@@ -132,27 +132,8 @@ TEST_F(X11Window, ShowsItsPictureInAParentThatWasNeitherSizedNorMapped)
     EXPECT_EQ(host_.PixelAt(Handle(), 29, 15), 0x102030u);
 }
 
-TEST_F(X11Window, OpensInAParentOfAnotherVisual)
+TEST_F(X11Window, SaysNoWithoutAParent)
 {
-    xcb_visualid_t deep = 0;
-    for (auto depth = xcb_screen_allowed_depths_iterator(&host_.Screen()); depth.rem != 0;
-         xcb_depth_next(&depth))
-        if (depth.data->depth == 32)
-            deep = xcb_depth_visuals_iterator(depth.data).data->visual_id;
-    ASSERT_NE(deep, 0u);
-    xcb_connection_t* connection = host_.Connection();
-    const xcb_colormap_t colormap = xcb_generate_id(connection);
-    const xcb_window_t parent = xcb_generate_id(connection);
-    xcb_create_colormap(connection, 0, colormap, host_.Screen().root, deep);
-    const std::uint32_t values[] = {0, 1, colormap};
-    xcb_create_window(connection, 32, parent, host_.Screen().root, 300, 300, 640, 480, 0,
-                      XCB_WINDOW_CLASS_INPUT_OUTPUT, deep,
-                      XCB_CW_BORDER_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_COLORMAP, values);
-    host_.Sync();
-    ASSERT_TRUE(Open(parent));
-    xcb_map_window(connection, parent);
-    host_.Sync();
-    EXPECT_TRUE(Eventually([&] { return host_.PixelAt(Handle(), 5, 5) == 0x102030; }));
     EXPECT_FALSE(Open(0x7fffff1)); // no such window
 }
 

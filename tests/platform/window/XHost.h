@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
+#include <vector>
 #include <xcb/xtest.h>
 
 #include "platform/Window.h"
@@ -16,11 +17,15 @@
 
 namespace keldra {
 
-/// An X server without a screen, for all tests here.
+/// An X server without a screen, for all tests here, or for one that needs another kind.
 class CXvfb : public testing::Environment {
 public:
+    explicit CXvfb(const char* withoutExtension = nullptr) : without_(withoutExtension) {}
+    [[nodiscard]] static pid_t Newest() { return newest_; } ///< its process
+
     void SetUp() override
     {
+        before_ = std::getenv("DISPLAY") != nullptr ? std::getenv("DISPLAY") : "";
         int ends[2];
         ASSERT_EQ(pipe(ends), 0);
         process_ = fork();
@@ -28,9 +33,11 @@ public:
             close(ends[0]);
             const std::string file = std::to_string(ends[1]);
             execlp("Xvfb", "Xvfb", "-displayfd", file.c_str(), "-screen", "0", "1000x700x24",
-                   "-nolisten", "tcp", "-noreset", nullptr);
+                   "-nolisten", "tcp", "-noreset", without_ != nullptr ? "-extension" : nullptr,
+                   without_, nullptr);
             _exit(127);
         }
+        newest_ = process_;
         close(ends[1]);
         std::string number;
         for (char c; read(ends[0], &c, 1) == 1 && c != '\n';)
@@ -43,9 +50,13 @@ public:
     {
         kill(process_, SIGTERM);
         waitpid(process_, nullptr, 0);
+        setenv("DISPLAY", before_.c_str(), 1);
     }
 
 private:
+    inline static pid_t newest_ = -1;
+    const char* const without_;
+    std::string before_;
     pid_t process_ = -1;
 };
 
@@ -86,6 +97,39 @@ public:
         xcb_configure_window(connection_.get(), window_, 15, values);
         xcb_map_window(connection_.get(), window_);
         Sync();
+    }
+    /// Another window of the host's, shown at once.
+    NativeHandle AddWindow(const XVisual& visual, const PixelRect& place)
+    {
+        const xcb_colormap_t colormap = xcb_generate_id(connection_.get());
+        const xcb_window_t window = xcb_generate_id(connection_.get());
+        xcb_create_colormap(connection_.get(), XCB_COLORMAP_ALLOC_NONE, colormap, screen_->root,
+                            visual.id);
+        const std::uint32_t values[] = {0, 1, colormap};
+        xcb_create_window(connection_.get(), visual.depth, window, screen_->root,
+                          static_cast<std::int16_t>(place.x), static_cast<std::int16_t>(place.y),
+                          static_cast<std::uint16_t>(place.width),
+                          static_cast<std::uint16_t>(place.height), 0,
+                          XCB_WINDOW_CLASS_INPUT_OUTPUT, visual.id,
+                          XCB_CW_BORDER_PIXEL | XCB_CW_OVERRIDE_REDIRECT | XCB_CW_COLORMAP, values);
+        xcb_map_window(connection_.get(), window);
+        Sync();
+        return window;
+    }
+    /// The root's visual, another one as deep, and one with alpha.
+    std::vector<XVisual> Visuals()
+    {
+        std::vector<XVisual> visuals{{screen_->root_visual, screen_->root_depth}};
+        for (auto depth = xcb_screen_allowed_depths_iterator(screen_); depth.rem != 0;
+             xcb_depth_next(&depth))
+            for (auto each = xcb_depth_visuals_iterator(depth.data); each.rem != 0;
+                 xcb_visualtype_next(&each))
+                if ((depth.data->depth == 24 || depth.data->depth == 32) &&
+                    each.data->visual_id != screen_->root_visual) {
+                    visuals.push_back({each.data->visual_id, depth.data->depth});
+                    break;
+                }
+        return visuals;
     }
     void Fake(std::uint8_t type, int detail, PixelPoint at = {})
     {

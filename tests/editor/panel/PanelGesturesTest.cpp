@@ -1,0 +1,176 @@
+// Gestures as a host counts them, typed values, and the file chooser of the toolkit's own.
+
+#include <functional>
+#include <sstream>
+
+#include "tests/editor/panel/PanelRig.h"
+
+namespace keldra::test {
+namespace {
+
+class PanelGestures : public testing::Test {
+protected:
+    void PointAt(int parameter)
+    {
+        const PixelRect rect = rig_.Control(ControlOf(parameter)).GetRect();
+        Window().MoveTo({rect.x + rect.width / 2, rect.y + rect.height / 2});
+    }
+    void ClickTwice(unsigned modifiers = 0)
+    {
+        Window().Press(EMouseButton::Left, modifiers);
+        Window().Release();
+        Window().PressAgain(EMouseButton::Left, modifiers);
+        Window().Release();
+    }
+    void Type(std::string_view text)
+    {
+        for (const char c : text)
+            Window().Key(c == '\n' ? static_cast<int>(kKeyEnter) : c);
+    }
+    /// Reads what the host was told: no begin inside a begin, no value and no end outside of one.
+    void Count()
+    {
+        std::istringstream log(rig_.TakeLog());
+        char kind = 0;
+        int parameter = 0;
+        std::string rest;
+        while (log >> kind >> parameter && std::getline(log, rest, ' ')) {
+            EXPECT_EQ(held_, kind == 'B' ? -1 : parameter) << kind << parameter;
+            held_ = kind == 'E' ? -1 : parameter;
+            values_ += kind == 'A' ? 1 : 0;
+        }
+    }
+    CPresetList& Presets()
+    {
+        return dynamic_cast<vst::CVSTWrapper*>(static_cast<AudioEffect*>(rig_.host->Effect()->object))
+            ->Presets();
+    }
+    static CHeadlessWindow& Window() { return *CHeadlessWindow::Newest(); }
+
+    CMachine machine_;
+    CPanelRig rig_;
+    int held_ = -1;
+    int values_ = 0;
+};
+
+TEST_F(PanelGestures, TakeATypedValueByItsText)
+{
+    struct Case {
+        int parameter;
+        const char* typed;
+        const char* log;   ///< after the double click, which is a gesture of its own on a knob
+        const char* shown; ///< the value's text afterwards
+    };
+    constexpr Case kCases[] = {
+        {kFilterCutoff, "50 %\n", "B18 E18 B18 A18=0.500 E18 ", "50 %"},
+        {kFilterCutoff, "25\n", "B18 E18 B18 A18=0.250 E18 ", "25 %"},
+        {kAmpDecay, "440\n", "B23 E23 B23 A23=0.544 E23 ", "440 ms"},
+        {kGain, "-6 dB\n", "B15 E15 B15 A15=0.467 E15 ", "-6.00 dB"},
+        {kGain, "loud\n\x1b", "B15 E15 ", "-6.00 dB"}, // not understood: nothing
+        {kArpMode, "Up/Down\n", nullptr, "Up/Down"},
+    };
+    for (const Case& c : kCases) {
+        PointAt(c.parameter);
+        (void)rig_.TakeLog();
+        ClickTwice(kModifierCtrl);
+        Type(c.typed);
+        Window().Key(kKeyEscape);
+        const std::string log = rig_.TakeLog();
+        if (c.log != nullptr) {
+            EXPECT_EQ(log, c.log) << c.typed;
+        }
+        EXPECT_EQ(rig_.host->ParameterDisplay(c.parameter), c.shown) << c.typed;
+    }
+    PointAt(kFilterCutoff);
+    Window().Press();
+    Window().Release();
+    Type("\n75\n"); // Enter opens the field as well
+    EXPECT_EQ(rig_.TakeLog(), "B18 E18 B18 A18=0.750 E18 ");
+    ClickTwice();
+    EXPECT_EQ(rig_.TakeLog(), "B18 E18 B18 A18=1.000 E18 ");
+}
+
+TEST_F(PanelGestures, AreBalancedInRandomSessions)
+{
+    std::uint32_t random = 2222;
+    const auto next = [&random](int limit) {
+        random = random * 196314165u + 907633515u;
+        return static_cast<int>((random >> 8) % static_cast<std::uint32_t>(limit));
+    };
+    constexpr unsigned kHeld[] = {0, 0, 0, kModifierCtrl, kModifierShift, kModifierAlt};
+    unsigned modifiers = 0;
+    EMouseButton button = EMouseButton::Left;
+    const std::function<void()> kActs[] = {
+        // Below the program's menu, whose commands are no gestures.
+        [&] { Window().MoveTo({next(kPanelWidth), 135 + next(kPanelHeight - 135)}); },
+        [&] { PointAt(next(kHostParameterCount)); },
+        [&] { Window().Press(button, modifiers); },
+        [&] { Window().PressAgain(button, modifiers); },
+        [&] { Window().Release(button); },
+        [&] { Window().Release(button); },
+        [&] { Window().Hold(modifiers); },
+        [&] { Window().MoveBy(next(60) - 30, next(60) - 30); },
+        [&] { Window().Wheel(static_cast<float>(next(9) - 4) * 0.5f, modifiers, next(5) == 0); },
+        [&] { Type(next(2) == 0 ? "\n3\n" : "7\n"); },
+        [&] { Window().Key(kKeyEscape); },
+        [&] { Window().Tick(next(4)); },
+        [&] { rig_.host->SetParameter(next(kHostParameterCount), static_cast<float>(next(9)) / 8); },
+    };
+    const std::function<void()> kRareActs[] = {
+        [&] { Window().LoseCapture(); },
+        [&] { Window().Focus(next(2) == 0); },
+        [&] {
+            if (next(2) == 0)
+                Window().Lose();
+            rig_.host->CloseEditor();
+            Count();
+            EXPECT_EQ(held_, -1);
+            rig_.Open();
+        },
+    };
+    for (int step = 0; step < 20000; ++step) {
+        modifiers = kHeld[next(6)];
+        button = static_cast<EMouseButton>(next(10) < 7 ? 0 : next(3));
+        if (next(60) == 0)
+            kRareActs[next(3)]();
+        else
+            kActs[next(static_cast<int>(std::size(kActs)))]();
+        Count();
+        ASSERT_FALSE(HasFailure()) << step;
+    }
+    rig_.host->CloseEditor();
+    Count();
+    EXPECT_EQ(held_, -1);
+    EXPECT_GT(values_, 1000);
+}
+
+TEST_F(PanelGestures, LeadToAFileChooserWhereTheDesktopHasNone)
+{
+    const PanelControl& menu = ControlOf(EPanelRole::ProgramMenu);
+    const auto choose = [&](int item) {
+        Dialogs().answers = {{CFileDialog::EState::Unavailable, "", 0}};
+        rig_.Choose(menu, item);
+        Window().Tick();
+        EXPECT_NE(rig_.editor->GetModalGroup(), nullptr);
+    };
+    choose(3); // save
+    Type("My Lead\n");
+    Window().Tick(2);
+    EXPECT_EQ(Slurp(machine_.Path("root/Banks/Alpha/My Lead.keldra")).size(),
+              std::size_t{kStateSize});
+    EXPECT_EQ(rig_.editor->GetModalGroup(), nullptr);
+    choose(3);
+    Type("My Lead\n"); // with its extension it is there now: asked about
+    Window().Tick();
+    EXPECT_NE(rig_.editor->GetModalGroup(), nullptr);
+    rig_.host->CloseEditor(); // with the dialog on it
+    rig_.Open();
+    Window().Tick();
+    EXPECT_EQ(rig_.editor->GetModalGroup(), nullptr);
+    choose(5);
+    Type("~\n");
+    Window().Lose(); // the host ends without having closed anything
+}
+
+} // namespace
+} // namespace keldra::test
