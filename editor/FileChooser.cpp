@@ -3,9 +3,9 @@
 #include <algorithm>
 #include <utility>
 
+#include "editor/FileList.h"
 #include "editor/ModalPanel.h"
 #include "gui/ControlButton.h"
-#include "gui/ControlList.h"
 #include "gui/ControlTextField.h"
 #include "gui/Fonts.h"
 #include "gui/WindowPort.h"
@@ -19,8 +19,6 @@ using EState = CFileDialog::EState;
 
 constexpr PixelSize kGreatestSize{444, 540}; // of the list sixteen lines
 constexpr Color kText = Rgb(246, 234, 211);
-constexpr Color kFolderIcon = Rgb(190, 172, 139);
-constexpr Color kFaintText = Rgb(150, 143, 130);
 constexpr Color kWarning = Rgb(240, 150, 110);
 constexpr int kMargin = 20;
 constexpr int kLine = 22; // height of buttons and fields
@@ -60,60 +58,6 @@ bool BeginsWith(std::string_view text, std::string_view beginning)
 }
 
 } // namespace
-
-/// A list in which folders have a sign of their own, and a second press opens what the first chose.
-class CFileList final : public CControlList {
-public:
-    void DrawItems() override
-    {
-        CControlList::DrawItems();
-        CGraphicBuffer* const buffer = GetBuffer();
-        if (buffer == nullptr)
-            return;
-        if (GetItemCount() == 0) {
-            buffer->SelectRegularFont();
-            buffer->AlignTextCenter();
-            buffer->SetTextColor(kFaintText);
-            buffer->DrawText(whenEmpty_, {GetRect().x, GetRect().y, GetRect().width, 40});
-            return;
-        }
-        const int rows = CurrentLayout().visibleRows;
-        for (int row = 0; row < rows && FirstRow() + row < folders_; ++row) {
-            const PixelRect place = ItemRect(row);
-            const PixelPoint at{place.x + 4, place.y + (place.height - 8) / 2};
-            const bool isChosen = FirstRow() + row == ChosenIndex();
-            buffer->SetFillColor(isChosen ? Rgb(70, 58, 32) : kFolderIcon);
-            buffer->FillRect({at.x, at.y, 4, 2});
-            buffer->FillRect({at.x, at.y + 2, 10, 6});
-        }
-    }
-    bool OnDoubleClick() override
-    {
-        const int before = ChosenIndex();
-        CControlList::OnDoubleClick();
-        if (!IsThumbHeld() && HoveredRow() >= 0 && ChosenIndex() == before)
-            static_cast<CFileChooser*>(GetGroup())->OpenSelected();
-        return true;
-    }
-
-    void Fill(const ChooserFolder& folder)
-    {
-        ClearItems();
-        folders_ = 0;
-        for (const FolderEntry& entry : folder.entries) {
-            AddItem(Drawable(entry.name));
-            folders_ += entry.isFolder ? 1 : 0;
-        }
-        whenEmpty_ =
-            folder.isReadable ? "Nothing here to choose from" : "This folder can't be read";
-        SetScrollOffset(0.0f);
-    }
-    [[nodiscard]] int Chosen() const { return ChosenIndex(); }
-
-private:
-    int folders_ = 0; ///< at the list's beginning
-    std::string_view whenEmpty_;
-};
 
 CFileChooser::CFileChooser(const FileDialogRequest& request, PixelSize window, Later later,
                            std::shared_ptr<Answer> answer)
@@ -165,7 +109,7 @@ void CFileChooser::BuildControls(const FileDialogRequest& request)
     home_ = &Add(button("Home", {left + 48, top, 54, kLine}));
     path_ = &Add(display({left + 112, top, right - left - 112, kLine}, kText));
 
-    auto list = std::make_unique<CFileList>();
+    auto list = std::make_unique<CFileList>([this] { OpenSelected(); });
     list->SetRect({left, top + kLine + 8, right - left, nameLine - top - kLine - 16});
     list->SetMargins(6, 6);
     list->SetTextIndent(18);

@@ -50,9 +50,8 @@ public:
     bool OnKeyUp(int) override { return true; } // none of them is the host's
     void DrawBackground(const PixelRect& region) override;
 
-    void OpenSelected(); ///< enters the folder or takes the file of the chosen row
-
 private:
+    void OpenSelected(); ///< enters the folder or takes the file of the chosen row
     void BuildControls(const FileDialogRequest& request);
     void GoTo(std::string folder, std::string selected = {});
     void GoToParent() { GoTo(ParentFolder(folder_.path), std::string(FileNameOf(folder_.path))); }
