@@ -414,9 +414,23 @@ void CX11Window::OnMotion(const xcb_motion_notify_event_t& event, std::uint32_t 
     movePending_ = true;
 }
 
+bool CX11Window::IsViewable() const
+{
+    const CXcbReply<xcb_get_window_attributes_reply_t> reply(xcb_get_window_attributes_reply(
+        connection_.get(), xcb_get_window_attributes(connection_.get(), window_), nullptr));
+    return reply != nullptr && reply->map_state == XCB_MAP_STATE_VIEWABLE;
+}
+
 void CX11Window::OnCrossing(const xcb_enter_notify_event_t& event, bool leaves)
 {
     scroll_.Follow(!leaves);
+    // When the host hides a window above this one, the server ends the grab and tells no more than
+    // that the pointer left.
+    if (captured_ && leaves && !IsViewable()) {
+        EndCapture();
+        client_.OnCaptureLost();
+        return;
+    }
     if (hidden_ || event.mode != XCB_NOTIFY_MODE_NORMAL)
         return;
     pointer_ = {event.event_x, event.event_y};

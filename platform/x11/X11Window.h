@@ -49,6 +49,7 @@ private:
     void OnKey(const xcb_key_press_event_t& event, bool down);
     void OnMessage(const xcb_client_message_event_t& event);
     void OnSelection(const xcb_selection_notify_event_t& event);
+    [[nodiscard]] bool IsViewable() const;
     [[nodiscard]] bool IsDoubleClick(const xcb_button_press_event_t& event);
     void SendMove(PixelPoint at, unsigned modifiers);
     void WarpBack();
