@@ -32,7 +32,6 @@ public:
     bool LoadSkin() override;
     using CPluginEditor::Open;
     bool Open(void* parent) override; ///< builds the panel first where the skin was missing before
-
     void Close() override;
 
     bool OnControlPressed(CControl* control) override;
