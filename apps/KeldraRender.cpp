@@ -21,6 +21,7 @@
 #include "apps/render/Sounds.h"
 #include "apps/render/Text.h"
 #include "apps/render/WavWriter.h"
+#include "frame/ParameterTable.h"
 
 namespace keldra::render {
 
@@ -228,9 +229,11 @@ private:
                             host->ParameterDisplay(i).c_str());
         }
         if (host->Effect()->uniqueID == kKeldraId)
-            for (const EngineSetting& setting : EngineSettings())
-                if (!setting.name.empty())
-                    std::printf("%3d  %s\n", setting.index, std::string(setting.name).c_str());
+            for (const EngineSettingRow& row : std::span(kEngineSettings).subspan(1)) {
+                const int number = static_cast<int>(host->GetParameter(row.index));
+                std::printf("%3d  %-24s %d  (%s)\n", row.index, std::string(row.what).c_str(),
+                            number, ChoiceText(row, number).c_str());
+            }
         return true;
     }
 

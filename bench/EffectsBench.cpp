@@ -2,15 +2,12 @@
 // of the AVX2 kernel: two that sound alone, and two of a full house of 64.
 
 #include <algorithm>
-#include <memory>
 #include <string>
 #include <vector>
 
-#include "bench/Yardstick.h"
+#include "bench/Chord.h"
 #include "effects/EffectsUnit.h"
 #include "tests/reference/ScalarEffects.h"
-#include "voice/VoiceRender.h"
-#include "voice/kernel/VoiceKernels.h"
 
 namespace keldra {
 
@@ -54,36 +51,14 @@ private:
 
 double VoicesSeconds(int count)
 {
-    constexpr int kSamples = 8 * kFrames;
     KeyTables keys;
-    VoicePatch patch;
-    patch.keys = &keys;
-    patch.internalRate = 8.0 * kRate;
-    patch.amp = {0.01f, 1.0f, 0.8f, 1.0f};
-    patch.cutoff.target = 0.6f;
-    patch.cutoff.Jump();
-    std::vector<std::unique_ptr<KeldraGenerator>> voices;
-    std::vector<KeldraGenerator*> row;
-    for (int i = 0; i < std::max(count, 4); ++i) {
-        voices.push_back(std::make_unique<KeldraGenerator>(patch));
-        row.push_back(voices.back().get());
-        if (i >= count)
-            continue;
-        row.back()->note = static_cast<std::int8_t>(36 + i % 48);
-        row.back()->glidePitch = static_cast<float>(row.back()->note);
-        row.back()->Start();
-    }
-    std::vector<float> left(kSamples);
-    std::vector<float> right(kSamples);
-    CBestTime best;
-    for (int i = 0; i < 2000; ++i)
-        best.Measure([&] {
-            for (int voice = 0; voice < count; ++voice)
-                row[static_cast<std::size_t>(voice)]->PrepareBlock(kSamples);
-            RenderVoicesWith(ChooseKernel("avx2"), row, count, kSamples, patch, left.data(),
-                             right.data());
-        });
-    return best.Seconds();
+    Chord chord(PlainPatch(keys), count);
+    return YardstickSeconds(
+        [&] {
+            chord.Prepare(count);
+            chord.Render(ChooseKernel("avx2"), count);
+        },
+        2000);
 }
 
 void Effects(benchmark::State& state, bool chorusOn, bool delayOn, bool isSilent)

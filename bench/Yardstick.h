@@ -30,10 +30,10 @@ private:
 
 /// The best time of a plain form of the work: run often enough that disturbances miss some run.
 template <class Work>
-double YardstickSeconds(Work&& work)
+double YardstickSeconds(Work&& work, int times = 100)
 {
     CBestTime best;
-    for (int i = 0; i < 100; ++i)
+    for (int i = 0; i < times; ++i)
         best.Measure(work);
     return best.Seconds();
 }

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 #include <span>
+#include <string>
 #include <string_view>
 
 namespace keldra {
@@ -137,6 +138,7 @@ struct EngineSettingRow {
     EParameter index;
     std::string_view what;                    ///< for documents and the editor
     float defaultValue;                       ///< stored form, a whole number
+    int count;                                ///< the stored numbers on offer are 0 .. count - 1
     std::span<const float> choices;           ///< what 0, 1, 2, .. select; empty: counts from 1
     std::span<const std::string_view> labels; ///< as menus show the choices; empty: the numbers
 };
@@ -245,13 +247,13 @@ inline constexpr std::string_view kLfoSyncLabels[] = {"---", "1/16", "2/16", "3/
 
 // clang-format off
 inline constexpr EngineSettingRow kEngineSettings[] = {
-    {kSpare74,        "spare",                     0.0f, {}, {}},
-    {kUnisonVoices,   "unison voices",             0.0f, kUnisonVoiceChoices, {}},
-    {kPolyphony,      "polyphony",                15.0f, {}, {}},
-    {kArpStepLength,  "arpeggiator step length",   1.0f, kStepLengthChoices, kStepLengthLabels},
-    {kBendRange,      "pitch bend range",          0.0f, {}, {}},
-    {kGateStepLength, "gate step length",          0.0f, kStepLengthChoices, kStepLengthLabels},
-    {kLfoSync,        "LFO tempo sync",            0.0f, kLfoSyncChoices, kLfoSyncLabels},
+    {kSpare74,        "spare",                     0.0f,  1, {}, {}},
+    {kUnisonVoices,   "unison voices",             0.0f,  7, kUnisonVoiceChoices, {}},
+    {kPolyphony,      "polyphony",                15.0f, 64, {}, {}},
+    {kArpStepLength,  "arpeggiator step length",   1.0f,  7, kStepLengthChoices, kStepLengthLabels},
+    {kBendRange,      "pitch bend range",          0.0f, 12, {}, {}},
+    {kGateStepLength, "gate step length",          0.0f,  7, kStepLengthChoices, kStepLengthLabels},
+    {kLfoSync,        "LFO tempo sync",            0.0f, 11, kLfoSyncChoices, kLfoSyncLabels},
 };
 // clang-format on
 
@@ -269,6 +271,12 @@ constexpr bool RowsFollow(std::span<const Row> rows, int first)
 static_assert(std::size(kParameters) == kHostParameterCount);
 static_assert(detail::RowsFollow(std::span<const ParameterRow>(kParameters), 0));
 static_assert(detail::RowsFollow(std::span<const EngineSettingRow>(kEngineSettings), kSpare74));
+static_assert([] {
+    for (const EngineSettingRow& row : kEngineSettings)
+        if (!row.choices.empty() && std::ssize(row.choices) != row.count)
+            return false;
+    return true;
+}());
 static_assert(kHostParameterCount == 74 && kFirstControllerLink == 81);
 static_assert(kLastControllerLink == 154 && kParameterCount == 156);
 
@@ -276,6 +284,16 @@ static_assert(kLastControllerLink == 154 && kParameterCount == 156);
 [[nodiscard]] constexpr const ParameterRow& RowOf(int index)
 {
     return kParameters[static_cast<std::size_t>(index)];
+}
+
+/// What a setting's stored number stands for, as menus show it: "16" unison voices, "1/4".
+/// @param number  0 .. row.count - 1
+[[nodiscard]] inline std::string ChoiceText(const EngineSettingRow& row, int number)
+{
+    const auto place = static_cast<std::size_t>(number);
+    if (!row.labels.empty())
+        return std::string(row.labels[place]);
+    return std::to_string(row.choices.empty() ? number + 1 : static_cast<int>(row.choices[place]));
 }
 
 /// The default of a parameter that a reset changes: indices 0 .. 80. 0 for any other index.

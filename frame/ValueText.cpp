@@ -255,10 +255,6 @@ std::optional<float> ParseNamed(const ParameterRow& row, std::string_view text)
     return static_cast<float>(Clamped(StoredValue(row, quantity->number * *factor), 0.0, 1.0));
 }
 
-/// Most that a setting without choices counts to.
-constexpr int kMostPolyphony = 64;
-constexpr int kMostBendSemitones = 12;
-
 std::optional<float> ParseSetting(const EngineSettingRow& row, std::string_view text)
 {
     if (const auto label = FindWord(row.labels, text))
@@ -271,9 +267,8 @@ std::optional<float> ParseSetting(const EngineSettingRow& row, std::string_view 
             return static_cast<float>(i);
     if (!row.choices.empty())
         return std::nullopt;
-    const int most = row.index == kPolyphony ? kMostPolyphony : kMostBendSemitones;
     if (quantity->number != std::round(quantity->number) || quantity->number < 1.0 ||
-        quantity->number > most)
+        quantity->number > row.count)
         return std::nullopt;
     return static_cast<float>(quantity->number - 1.0);
 }

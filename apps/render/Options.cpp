@@ -55,8 +55,8 @@ void Declare(CLI::App& app, Options& options, RawOptions& raw)
     app.add_option("--format", raw.format, "Samples: 16, 24 or float (24)")->option_text("FORMAT");
     app.add_flag("--levels", options.render.measureChannels,
                  "Print the level of each channel, too");
-    app.add_flag("--parameters", options.listParameters,
-                 "List the module's parameters instead of playing");
+    app.add_flag("--list-parameters", options.listParameters,
+                 "List the module's parameters instead of playing: number, name, default and text");
     app.set_version_flag("--version", "keldra-render 2.4");
 }
 

@@ -4,15 +4,13 @@
 
 #include "apps/host/VstHost.h"
 #include "apps/render/Text.h"
+#include "frame/ParameterTable.h"
 
 namespace keldra::render {
 
 namespace {
 
-// How Keldra numbers its parameters; other modules have named ones only.
-constexpr int kNamedCount = 74;
-constexpr int kFirstLink = 81; // of parameter 0
-
+// Keldra has settings and links behind its named parameters; other modules have named ones only.
 constexpr std::string_view kLinkSuffix = " CC";
 constexpr std::string_view kNoController = "none";
 
@@ -50,50 +48,33 @@ std::optional<ParameterValue> ResolveLink(int index, const ParameterSetting& set
                   error);
 }
 
-std::optional<ParameterValue> ResolveWord(const EngineSetting& row, const ParameterSetting& setting,
-                                          std::string& error)
+/// By what a musician says: "16" unison voices, "1/4".
+std::optional<ParameterValue> ResolveWord(const EngineSettingRow& row,
+                                          const ParameterSetting& setting, std::string& error)
 {
-    if (row.words.empty()) {
+    if (row.choices.empty()) {
         const std::optional<int> number = ParseWhole(setting.value);
-        if (number && *number >= 1 && *number <= row.highest + 1)
+        if (number && *number >= 1 && *number <= row.count)
             return ParameterValue{row.index, static_cast<float>(*number - 1)};
         return Refuse(setting,
                       Quoted(setting.parameter) + " takes whole numbers from 1 to " +
-                          std::to_string(row.highest + 1) + ", not " + Quoted(setting.value),
+                          std::to_string(row.count) + ", not " + Quoted(setting.value),
                       error);
     }
     std::string words;
-    for (std::size_t i = 0; i < row.words.size(); ++i) {
-        if (SameIgnoringCase(row.words[i], setting.value))
+    for (int i = 0; i < row.count; ++i) {
+        const std::string word = ChoiceText(row, i);
+        if (SameIgnoringCase(word, setting.value))
             return ParameterValue{row.index, static_cast<float>(i)};
-        words.append(i == 0 ? "" : " ").append(row.words[i]);
+        words += ' ' + word;
     }
     return Refuse(setting,
-                  Quoted(setting.parameter) + " takes one of " + words + ", not " +
+                  Quoted(setting.parameter) + " takes one of" + words + ", not " +
                       Quoted(setting.value),
                   error);
 }
 
 } // namespace
-
-const std::vector<EngineSetting>& EngineSettings()
-{
-    static const std::vector<std::string_view> kSteps{"1/32", "1/16", "2/16", "3/16",
-                                                      "1/4",  "2/4",  "4/4"};
-    static const std::vector<EngineSetting> kSettings{
-        {74, "", 127, {}}, // stored, of no effect
-        {75, "Unison Voices", 6, {"1", "2", "3", "4", "8", "12", "16"}},
-        {76, "Polyphony", 63, {}},
-        {77, "Arpeggiator Step Length", 6, kSteps},
-        {78, "Pitch Bend Range", 47, {}},
-        {79, "Gate Step Length", 6, kSteps},
-        {80,
-         "LFO Tempo Sync",
-         10,
-         {"---", "1/16", "2/16", "3/16", "1/4", "2/4", "3/4", "4/4", "8/4", "16/4", "32/16"}},
-    };
-    return kSettings;
-}
 
 std::optional<ParameterSetting> ParseSetting(std::string_view text)
 {
@@ -133,21 +114,19 @@ std::optional<ParameterValue> CParameterNames::ResolveByNumber(int index,
                       "no parameter " + std::to_string(index) + ": the module has 0 to " +
                           std::to_string(static_cast<int>(names_.size()) - 1),
                       error);
-    if (!isKeldra_ || index < kNamedCount)
+    if (!isKeldra_ || index < kHostParameterCount)
         return ResolveUnit(index, setting, error);
-    if (index >= kFirstLink && index < kFirstLink + kNamedCount)
+    if (index >= kFirstControllerLink && index <= kLastControllerLink)
         return ResolveLink(index, setting, error);
-    const std::vector<EngineSetting>& rows = EngineSettings();
-    const auto row = std::find_if(rows.begin(), rows.end(),
-                                  [index](const EngineSetting& r) { return r.index == index; });
-    if (row == rows.end())
+    if (index == kSpare74 || index == kSpare155)
         return Refuse(setting, "parameter " + std::to_string(index) + " has no effect on the sound",
                       error);
+    const int count = kEngineSettings[index - kSpare74].count;
     const std::optional<int> number = ParseWhole(setting.value);
-    if (!number || *number < 0 || *number > row->highest)
+    if (!number || *number < 0 || *number >= count)
         return Refuse(setting,
                       "parameter " + std::to_string(index) + " takes whole numbers from 0 to " +
-                          std::to_string(row->highest) + ", not " + Quoted(setting.value),
+                          std::to_string(count - 1) + ", not " + Quoted(setting.value),
                       error);
     return ParameterValue{index, static_cast<float>(*number)};
 }
@@ -160,16 +139,16 @@ std::optional<ParameterValue> CParameterNames::Resolve(const ParameterSetting& s
     if (const std::optional<int> index = IndexOf(setting.parameter))
         return ResolveUnit(*index, setting, error);
     if (isKeldra_) {
-        for (const EngineSetting& row : EngineSettings())
-            if (SameIgnoringCase(row.name, setting.parameter))
+        for (const EngineSettingRow& row : kEngineSettings)
+            if (row.index != kSpare74 && SameIgnoringCase(row.what, setting.parameter))
                 return ResolveWord(row, setting, error);
         std::string_view linked = setting.parameter;
         if (linked.size() > kLinkSuffix.size() &&
             SameIgnoringCase(linked.substr(linked.size() - kLinkSuffix.size()), kLinkSuffix)) {
             linked.remove_suffix(kLinkSuffix.size());
             const std::optional<int> index = IndexOf(linked);
-            if (index && *index < kNamedCount)
-                return ResolveLink(kFirstLink + *index, setting, error);
+            if (index && *index < kHostParameterCount)
+                return ResolveLink(kFirstControllerLink + *index, setting, error);
         }
     }
     return Refuse(setting, "the module has no parameter " + Quoted(setting.parameter), error);

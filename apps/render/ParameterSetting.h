@@ -23,17 +23,7 @@ struct ParameterSetting {
 /// Splits "Flt. Cutoff = 0.4". @return nothing when there is no "=", no name or no value
 [[nodiscard]] std::optional<ParameterSetting> ParseSetting(std::string_view text);
 
-/// A setting that Keldra stores as a small whole number beside its 0 .. 1 parameters. Hosts see no
-/// names for these; here they have some.
-struct EngineSetting {
-    int index = 0;
-    std::string_view name;
-    int highest = 0; ///< greatest stored number; the least is 0
-    /// Words for 0, 1, 2, ..; without words, the number that stands for 0 is 1.
-    std::vector<std::string_view> words;
-};
 inline constexpr vst::VstInt32 kKeldraId = 0x53617757;
-[[nodiscard]] const std::vector<EngineSetting>& EngineSettings();
 
 struct ParameterValue {
     int index = 0;

@@ -64,7 +64,7 @@ inports|
 ctlInports|156'
     # The names of the panel's controls, as keldra-render lists them with their values. What is
     # beyond them has no name, nor have the two outputs.
-    expect "parameters' names" "$("$render" --module "$module" --parameters |
+    expect "parameters' names" "$("$render" --module "$module" --list-parameters |
         sed -n 's/^ *[0-9]* *\(.*[^ ]\) *[01]\.[0-9]\{3\} .*/\1/p')" \
         "$(sed -n 's/.*<port name="\(..*\)" symbol=.*/\1/p' <<<"$found")"
     ;;
