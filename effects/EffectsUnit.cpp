@@ -1,6 +1,8 @@
 #include "effects/EffectsUnit.h"
 
 #include <algorithm>
+#include <bit>
+#include <cstdint>
 
 #include "effects/Sample.h"
 
@@ -10,8 +12,12 @@ namespace {
 
 bool IsSilence(const float* samples, int frames)
 {
-    return std::all_of(samples, samples + frames,
-                       [](float sample) { return SaneInput(sample) == 0.0f; });
+    // Nearly always it is exact silence, which is seen several samples at a time.
+    std::uint32_t bits = 0;
+    for (int i = 0; i < frames; ++i)
+        bits |= std::bit_cast<std::uint32_t>(samples[i]);
+    return bits == 0 || std::all_of(samples, samples + frames,
+                                    [](float sample) { return SaneInput(sample) == 0.0f; });
 }
 
 } // namespace

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
 
 namespace keldra {
 
@@ -229,7 +230,7 @@ void CTapeDelay::PassSilence(int samples)
     motor_.speed = motor_.targetSpeed;
     wetSmoothed_ = wet_;
     const double phase = motor_.lfoPhase + samples * motor_.lfoIncrement;
-    motor_.lfoPhase = phase - std::floor(phase);
+    motor_.lfoPhase = phase - static_cast<double>(static_cast<std::int64_t>(phase));
 }
 
 } // namespace keldra

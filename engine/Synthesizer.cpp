@@ -372,6 +372,26 @@ float CSynthesizer::OutputGain(int channel) const
     return pan > 1.0f ? gain * (2.0f - pan) : gain;
 }
 
+namespace {
+
+/// Goes a two-hundredth of the way to the target with each sample. Once a step is too small to
+/// change the gain, none after it will: the rest of the block then is one multiplication.
+void FadeGain(float* samples, int frames, float& gain, float target)
+{
+    int i = 0;
+    for (; i < frames; ++i) {
+        const float next = gain + (target - gain) * 0.005f;
+        if (next == gain)
+            break;
+        samples[i] *= gain;
+        gain = next;
+    }
+    for (const float settled = gain; i < frames; ++i)
+        samples[i] *= settled;
+}
+
+} // namespace
+
 void CSynthesizer::Render()
 {
     const int frames = output_.FrameCount();
@@ -382,18 +402,8 @@ void CSynthesizer::Render()
     float* right = output_.Channel(1);
     if (left == nullptr || right == nullptr)
         return;
-    const float targetLeft = OutputGain(0);
-    const float targetRight = OutputGain(1);
-    float gainLeft = currentGainLeft_;
-    float gainRight = currentGainRight_;
-    for (int i = 0; i < frames; ++i) {
-        left[i] *= gainLeft;
-        gainLeft += (targetLeft - gainLeft) * 0.005f;
-        right[i] *= gainRight;
-        gainRight += (targetRight - gainRight) * 0.005f;
-    }
-    currentGainLeft_ = gainLeft;
-    currentGainRight_ = gainRight;
+    FadeGain(left, frames, currentGainLeft_, OutputGain(0));
+    FadeGain(right, frames, currentGainRight_, OutputGain(1));
 }
 
 } // namespace keldra

@@ -57,7 +57,7 @@ TEST(ParameterSetting, FindsNamedParametersEngineSettingsAndLinksOfTheModule)
         {"LFO Tempo Sync=---", "80=0."},
         {"LFO Tempo Sync=1/4", "80=4."},
         {"76=5", "76=5."},
-        
+
         {"80=10", "80=10."},
         {"Flt. Reso CC=71", "100=71."},
         {"OscA Shape cc = none", "81=-1."},
