@@ -46,9 +46,12 @@ function(keldra_room name)
   endif()
 endfunction()
 
+add_custom_target(keldra_thread_tests)
+
 # keldra_tests(NAME [LINKS lib...] [LABELS label...] [SOURCES file...]): the *Test.cpp files of the
 # calling folder as one GoogleTest program, each case registered with CTest. Cases that check what
-# several threads do have "Thread" in their suite's name: ./test runs those under ThreadSanitizer.
+# several threads do have "Thread" in their suite's name: ./test builds and runs those under
+# ThreadSanitizer (target keldra_thread_tests).
 function(keldra_tests name)
   cmake_parse_arguments(tests "" "" "LINKS;SOURCES" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*Test.cpp)
@@ -60,5 +63,12 @@ function(keldra_tests name)
     keldra_options ${tests_LINKS} GTest::gtest GTest::gtest_main Threads::Threads)
   target_compile_definitions(keldra_tests_${name} PRIVATE
     KELDRA_SOURCE_DIR="${CMAKE_SOURCE_DIR}" KELDRA_BINARY_DIR="${CMAKE_BINARY_DIR}")
+  foreach(source IN LISTS sources)
+    file(STRINGS ${source} thread_cases REGEX "^TEST.*Thread.*,")
+    if(thread_cases)
+      add_dependencies(keldra_thread_tests keldra_tests_${name})
+      break()
+    endif()
+  endforeach()
   gtest_discover_tests(keldra_tests_${name} DISCOVERY_TIMEOUT 60 PROPERTIES TIMEOUT 300)
 endfunction()
