@@ -105,12 +105,13 @@ EFileRead ReadWholeFile(std::string_view path, std::size_t limit, std::vector<st
         return EFileRead::Unreadable;
     if (status.st_size < 0 || static_cast<std::uintmax_t>(status.st_size) > limit)
         return EFileRead::TooLarge;
-    // One byte more than it should have: a file that grows meanwhile must not pass the limit.
-    std::vector<std::byte> bytes(static_cast<std::size_t>(status.st_size) + 1);
+    // As long as it was: a file that grows meanwhile must not pass the limit, and asking for its
+    // end would be one call more for each of a library's thousands of programs.
+    std::vector<std::byte> bytes(static_cast<std::size_t>(status.st_size));
     std::size_t count = 0;
     if (!ReadAll(file.Get(), bytes, count))
         return EFileRead::Unreadable;
-    bytes.resize(std::min(count, static_cast<std::size_t>(status.st_size)));
+    bytes.resize(count);
     content = std::move(bytes);
     return EFileRead::Ok;
 }
