@@ -9,7 +9,7 @@ namespace {
 constexpr const char* kAtomNames[kXAtomCount] = {
     "_XEMBED_INFO",  "WM_PROTOCOLS", "WM_DELETE_WINDOW", "XdndAware",     "XdndEnter",
     "XdndPosition",  "XdndStatus",   "XdndLeave",        "XdndDrop",      "XdndFinished",
-    "XdndSelection", "XdndTypeList", "XdndActionCopy",   "text/uri-list",
+    "XdndSelection", "XdndTypeList", "XdndActionCopy",   "text/uri-list", "WM_STATE",
 };
 
 /// Pixels as 32-bit words in this machine's byte order.
@@ -72,6 +72,23 @@ const xcb_screen_t* ScreenOf(xcb_connection_t* connection, xcb_window_t root)
         if (screen.data->root == root)
             return screen.data;
     return nullptr;
+}
+
+xcb_window_t TopLevelOf(xcb_connection_t* connection, const XAtoms& atoms, xcb_window_t window)
+{
+    for (;;) {
+        const xcb_get_property_cookie_t asked =
+            xcb_get_property(connection, 0, window, atoms[kWmState], XCB_ATOM_ANY, 0, 0);
+        const CXcbReply<xcb_query_tree_reply_t> tree(
+            xcb_query_tree_reply(connection, xcb_query_tree(connection, window), nullptr));
+        const CXcbReply<xcb_get_property_reply_t> state(
+            xcb_get_property_reply(connection, asked, nullptr));
+        const bool managed = state != nullptr && state->type != XCB_ATOM_NONE;
+        if (managed || tree == nullptr || tree->parent == tree->root ||
+            tree->parent == XCB_WINDOW_NONE)
+            return window;
+        window = tree->parent;
+    }
 }
 
 void SyncWithServer(xcb_connection_t* connection)

@@ -38,6 +38,7 @@ enum EXAtom : unsigned {
     kXdndTypeList,
     kXdndActionCopy,
     kUriList,
+    kWmState,
     kXAtomCount,
 };
 struct XAtoms {
@@ -55,6 +56,11 @@ struct XVisual {
 [[nodiscard]] XVisual FindVisual(xcb_connection_t* connection, const xcb_screen_t& screen);
 /// @param root  null when the connection has no such screen
 [[nodiscard]] const xcb_screen_t* ScreenOf(xcb_connection_t* connection, xcb_window_t root);
+
+/// The window that the window manager knows, above this one; without a window manager the highest
+/// below the root. The window itself when it is gone.
+[[nodiscard]] xcb_window_t TopLevelOf(xcb_connection_t* connection, const XAtoms& atoms,
+                                      xcb_window_t window);
 
 /// Waits until the server has done all that it was asked.
 void SyncWithServer(xcb_connection_t* connection);

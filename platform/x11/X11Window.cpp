@@ -447,12 +447,13 @@ void CX11Window::OnKey(const xcb_key_press_event_t& event, bool down)
     const bool handled = code != 0 && client_.OnKey({code, ModifiersOf(event.state), down});
     if (life.expired() || handled || parent_ == root_)
         return;
-    // The host's window, or the nearest one above it that listens to keys.
+    // To whoever made the window that people see as the host's. The nearest one that listens would
+    // be another: hosts embed editors in windows that take keys and do nothing with them.
+    const xcb_window_t host = TopLevelOf(connection_.get(), atoms_, parent_);
     xcb_key_press_event_t passedOn = event;
-    passedOn.event = parent_;
+    passedOn.event = host;
     passedOn.child = XCB_WINDOW_NONE;
-    xcb_send_event(connection_.get(), 1, parent_,
-                   down ? XCB_EVENT_MASK_KEY_PRESS : XCB_EVENT_MASK_KEY_RELEASE,
+    xcb_send_event(connection_.get(), 0, host, XCB_EVENT_MASK_NO_EVENT,
                    reinterpret_cast<const char*>(&passedOn));
     xcb_flush(connection_.get());
 }

@@ -242,6 +242,14 @@ TEST_F(X11Window, HearsAPressOutsideWhileItCaptures)
 TEST_F(X11Window, HandsKeysOnThatNobodyWants)
 {
     OpenShown();
+    // A host's embedding window, on a connection of its own, that takes keys and does nothing.
+    CXHost embedding;
+    const auto between = static_cast<xcb_window_t>(embedding.Window());
+    embedding.Show({0, 0});
+    xcb_reparent_window(host_.Connection(), between, static_cast<xcb_window_t>(host_.Window()), 0,
+                        0);
+    xcb_reparent_window(host_.Connection(), Handle(), between, 0, 0);
+    host_.Sync();
     host_.Press(1);
     host_.Release(1);
     EXPECT_TRUE(EventuallyLocked([&] {
