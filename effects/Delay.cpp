@@ -28,6 +28,7 @@ void CDelay::SetSampleRate(double hz)
         return;
     sampleRate_ = hz;
     const int length = static_cast<int>(kLineSeconds * hz);
+    lines_ = {}; // first, so that the new ones may lie where they lay
     auto left = std::make_unique<CTapeDelay>(length, 0.0);
     auto right = std::make_unique<CTapeDelay>(length, 0.7);
     // Not quite the same rate, so that the sides drift against each other.
