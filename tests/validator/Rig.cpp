@@ -32,13 +32,12 @@ double Sound::Rms() const
     return left.empty() ? 0.0 : std::sqrt(sum / static_cast<double>(left.size()));
 }
 
-double Sound::PitchHz(double sampleRate) const
+double Sound::PitchHz(double sampleRate, double nearly) const
 {
     // The first lag at which the signal is nearly as like itself as at its best one: the best may
     // be several periods long.
     constexpr double kLowestHz = 40.0;
     constexpr double kHighestHz = 3000.0;
-    constexpr double kNearly = 0.9;
     const auto least = static_cast<std::size_t>(sampleRate / kHighestHz) + 1;
     const auto most = static_cast<std::size_t>(sampleRate / kLowestHz);
     if (left.size() < 3 * most)
@@ -55,7 +54,7 @@ double Sound::PitchHz(double sampleRate) const
     for (std::size_t lag = least; lag < most; ++lag) {
         const double before = likeness[lag - 1];
         const double after = likeness[lag + 1];
-        if (likeness[lag] < kNearly * best || likeness[lag] < before || likeness[lag] < after)
+        if (likeness[lag] < nearly * best || likeness[lag] < before || likeness[lag] < after)
             continue;
         const double curve = before - 2.0 * likeness[lag] + after;
         const double top = curve < 0.0 ? 0.5 * (before - after) / curve : 0.0;

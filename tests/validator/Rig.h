@@ -17,7 +17,8 @@ struct Sound {
 
     [[nodiscard]] double Rms() const;
     /// Of the strongest tone: its period by autocorrelation. 0: too short, or no tone.
-    [[nodiscard]] double PitchHz(double sampleRate) const;
+    /// @param nearly  how much like itself the sound must be after a period: 0 .. 1 of the most
+    [[nodiscard]] double PitchHz(double sampleRate, double nearly = 0.9) const;
 };
 
 /// An instance in a host that watches it: each block is rendered into memory that holds something
