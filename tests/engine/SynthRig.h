@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <mutex>
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,11 +14,12 @@
 
 namespace keldra::test {
 
-/// What the host was told.
+/// What the host was told, on whatever thread.
 class CRecordingWrapper final : public CPluginWrapper {
 public:
     void AutomateParameter(int index, float value) override
     {
+        const std::lock_guard lock(mutex_);
         automated.emplace_back(index, value);
     }
     void BeginEdit(int) override {}
@@ -31,6 +33,9 @@ public:
     void HostNoteOn(int, float) override {}
 
     std::vector<std::pair<int, float>> automated;
+
+private:
+    std::mutex mutex_;
 };
 
 /// Puts the module's random states where they are when it is loaded, so that renders repeat.

@@ -174,8 +174,6 @@ TEST(EngineThread, AppliesWholeProgramsAndKeepsTheOrderWhileOthersHammer)
         float cutoff = 0.0f;
         while (!stop) {
             renderer.SetParameter(kFilterCutoff, cutoff += 1.0f);
-            if (renderer.GetParameter(kFilterCutoff) != cutoff)
-                ADD_FAILURE() << "a set value reads back at once";
             renderer.SetProgramName("setter");
             renderer.KeyboardNote(static_cast<int>(cutoff) % 128, 0.5f);
             std::this_thread::yield();
