@@ -9,6 +9,7 @@ set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_CXX_FLAGS_RELEASE "-O3 -DNDEBUG")
 set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O1 -g")
+set(CMAKE_CXX_FLAGS_FUZZ "-O2 -g1") # inputs a second are what counts there, and assertions
 
 add_library(keldra_options INTERFACE)
 target_include_directories(keldra_options INTERFACE ${CMAKE_SOURCE_DIR})
@@ -23,7 +24,9 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 4)
 endif()
 if(KELDRA_SANITIZE)
   target_compile_options(keldra_options INTERFACE
-    -fsanitize=${KELDRA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+    -fsanitize=${KELDRA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
+    # Tables of functions that hosts fill in any language have no C++ types to compare.
+    $<$<CXX_COMPILER_ID:Clang>:-fno-sanitize=function>)
   string(REPLACE "fuzzer-no-link," "" link_sanitize "${KELDRA_SANITIZE}")
   target_link_options(keldra_options INTERFACE -fsanitize=${link_sanitize})
 endif()

@@ -1,0 +1,66 @@
+#pragma once
+
+#include <cstdlib>
+#include <string>
+#include <vector>
+
+#include "editor/SkinImages.h"
+#include "frame/ParameterTable.h"
+#include "frame/StateBlock.h"
+#include "tests/platform/TemporaryFolder.h"
+
+namespace keldra::fuzz {
+
+/// The machine of a user who has the skin and two banks: in a folder that is gone afterwards. Made
+/// before the first instance, once.
+class CMachine {
+public:
+    CMachine()
+    {
+        folder_.Write("config/tallowen/settings",
+                      "[Software\\Tallowen\\Keldra]\nrootFolder = " + folder_.Path("root") + "\n");
+        setenv("XDG_CONFIG_HOME", folder_.Path("config").c_str(), 1);
+        setenv("XDG_CONFIG_DIRS", folder_.Path("none").c_str(), 1);
+        for (const SkinImageRow& row : kSkinImages)
+            folder_.Write("root/Skin/" + std::string(row.file), PlainImage(row));
+        for (int i = 0; i < 12; ++i)
+            folder_.Write("root/Banks/Bank " + std::to_string(i % 2) + "/Program " +
+                              std::to_string(i) + ".fxp",
+                          Program(i));
+    }
+    [[nodiscard]] std::string Path(const std::string& inside) const
+    {
+        return folder_.Path("root/" + inside);
+    }
+
+private:
+    static std::string PlainImage(const SkinImageRow& row)
+    {
+        const int bytes = row.bitsPerPixel / 8;
+        std::string file(18, '\0');
+        file[2] = 2; // colours, not packed
+        for (const auto& [at, number] : {std::pair(12, row.Width()), std::pair(14, row.Height())}) {
+            file[static_cast<std::size_t>(at)] = static_cast<char>(number & 0xFF);
+            file[static_cast<std::size_t>(at + 1)] = static_cast<char>(number >> 8);
+        }
+        file[16] = static_cast<char>(row.bitsPerPixel);
+        file.append(static_cast<std::size_t>(bytes * row.Width() * row.Height()), '\x60');
+        return file;
+    }
+    /// Each with another value in each place: parameters between their ends, links, settings.
+    static std::string Program(int number)
+    {
+        std::array<float, kParameterCount> values{};
+        for (std::size_t i = 0; i < values.size(); ++i)
+            values[i] =
+                i < 75 ? static_cast<float>((i * 7 + static_cast<std::size_t>(number)) % 9) / 8.0f
+                       : static_cast<float>((i + static_cast<std::size_t>(number)) % 4);
+        std::array<std::byte, kStateSize> block{};
+        WriteStateBlock(values, "of a bank", block);
+        return {reinterpret_cast<const char*>(block.data()), block.size()};
+    }
+
+    test::CTemporaryFolder folder_;
+};
+
+} // namespace keldra::fuzz
