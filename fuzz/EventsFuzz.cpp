@@ -19,12 +19,15 @@ constexpr int kLongestBlock = 1500;
 
 class CSong {
 public:
-    CSong(const std::uint8_t* data, std::size_t size) : input_(data, size) {}
+    /// Seeds first: voices draw the places where their oscillators start when they are made.
+    CSong(const std::uint8_t* data, std::size_t size)
+        : input_(data, size), rig_((test::SeedAsLoaded(), 48000.0))
+    {
+    }
 
     /// @return all samples
     std::vector<float> Play()
     {
-        test::SeedAsLoaded();
         while (!input_.IsEmpty() && sound_.size() < 2 * kMostFrames)
             DoSomething();
         EndAllNotes();
@@ -43,8 +46,7 @@ private:
             break;
         case 4:
         case 5:
-            rig_.synth.SetParameter(input_.ConsumeIntegralInRange(-2, kParameterCount + 3),
-                                    input_.AnyFloat());
+            SetParameter(input_.ConsumeIntegralInRange(-2, kParameterCount + 3), input_.AnyFloat());
             break;
         case 6: {
             const CProcessingOperation operation(rig_.synth);
@@ -63,6 +65,13 @@ private:
         default:
             Render(input_.PickValueInArray({0, 1, 3, 16, 63, 64, 65, 200, 511, kLongestBlock}));
         }
+    }
+    /// All but the release: voices keep the one they started with, and after ten seconds each input
+    /// would have to wait.
+    void SetParameter(int index, float value)
+    {
+        if (index != kAmpRelease && index != kFirstControllerLink + kAmpRelease)
+            rig_.synth.SetParameter(index, value);
     }
     void Message()
     {
@@ -87,11 +96,10 @@ private:
     }
     void EndAllNotes()
     {
-        rig_.synth.SetParameter(kAmpRelease, 0.0f); // 15 ms
-        Render(64);                                 // what is queued comes first
+        Render(kLongestBlock); // what is queued comes first
         rig_.Midi(0xB0, 64, 0);
         rig_.Midi(0xB0, 123, 0);
-        for (int block = 0; block < 20; ++block) {
+        for (int block = 0; block < 10; ++block) {
             Render(512);
             const auto& counts = rig_.synth.Keys().voiceCount;
             if (std::accumulate(counts.begin(), counts.end(), 0) == 0)
