@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cmath>
 #include <cstring>
 #include <string_view>
 #include <utility>
@@ -199,11 +200,23 @@ VstInt32 CVSTWrapper::processEvents(VstEvents* events)
 
 void CVSTWrapper::setParameter(VstInt32 index, float value)
 {
-    if (renderer_ == nullptr)
+    if (renderer_ == nullptr || IsPoorCopyOfState(index, value))
         return;
     renderer_->SetParameter(index, value);
     if (editor != nullptr)
         renderer_->Feedback().MarkParameter(index);
+}
+
+// Qtractor restores a song by the state, and then by every value once more as its file holds it:
+// cut to 0 .. 1, with six digits. That would leave two voices of sixteen, link controller 0 to
+// every parameter, and lose a semitone wherever six digits fall short of its step.
+bool CVSTWrapper::IsPoorCopyOfState(int index, float value)
+{
+    if (index < 0 || index >= kParameterCount ||
+        !isAsRestored_[static_cast<std::size_t>(index)].exchange(false))
+        return false;
+    const float cut = std::fmin(std::fmax(renderer_->GetParameter(index), 0.0f), 1.0f);
+    return std::fabs(value - cut) < 1e-6f;
 }
 
 float CVSTWrapper::getParameter(VstInt32 index)
@@ -269,7 +282,12 @@ VstInt32 CVSTWrapper::getChunk(void** data, bool)
 VstInt32 CVSTWrapper::setChunk(void* data, VstInt32 byteSize, bool)
 {
     const VstInt32 size = std::max(byteSize, 0);
-    if (renderer_ == nullptr || !renderer_->SetChunk(data, size))
+    if (renderer_ == nullptr)
+        return 0;
+    const bool accepted = renderer_->SetChunk(data, size);
+    for (std::atomic<bool>& isAsRestored : isAsRestored_)
+        isAsRestored = accepted;
+    if (!accepted)
         return 0;
     for (int index = 0; index < CPluginInstance::Get().hostParameterCount; ++index)
         AutomateParameter(index, renderer_->GetParameter(index));

@@ -1,9 +1,12 @@
 #pragma once
 
+#include <array>
+#include <atomic>
 #include <cstddef>
 #include <memory>
 #include <optional>
 
+#include "frame/ParameterTable.h"
 #include "frame/PluginRenderer.h"
 #include "frame/PluginWrapper.h"
 #include "hosts/vst/AudioEffectX.h"
@@ -27,6 +30,7 @@ public:
     void setSampleRate(float hz) override;
     void processReplacing(float** inputs, float** outputs, VstInt32 sampleFrames) override;
     void process(float** inputs, float** outputs, VstInt32 sampleFrames) override;
+    /// Leaves aside a host's own copy of a value that it has just restored by setChunk.
     void setParameter(VstInt32 index, float value) override;
     float getParameter(VstInt32 index) override;
     void setProgramName(char* name) override;
@@ -72,10 +76,15 @@ private:
     void MakeRendererAndEditor();
     void RunBlock(float** inputs, float** outputs, VstInt32 frames, CPluginRenderer::EMode mode);
     SongTime AskHostForTime();
+    /// That `value` is the first for its parameter since a state came in, and says the same less
+    /// well.
+    bool IsPoorCopyOfState(int index, float value);
     [[nodiscard]] bool IsReported(int index) const { return index >= 0 && index < numParams; }
 
     std::unique_ptr<CPluginRenderer> renderer_;
     std::unique_ptr<std::byte[]> chunk_; ///< what the host was handed last
+    /// The host hasn't set this parameter since a state came in. Any thread.
+    std::array<std::atomic<bool>, kParameterCount> isAsRestored_{};
     /// The transport started or stopped, and the engine doesn't know yet. Processing thread.
     std::optional<bool> transportChangedTo_;
 };

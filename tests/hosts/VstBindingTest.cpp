@@ -534,6 +534,43 @@ TEST_F(VstBinding, SavesAndRestoresWholePrograms)
     EXPECT_EQ(journal.Take(), Lines{}) << "what is refused isn't told";
 }
 
+TEST_F(VstBinding, KeepsARestoredStateWhenTheHostRepeatsItCutAndRounded)
+{
+    Load();
+    const auto set = [&](int index, float value) {
+        host_.effect->setParameter(host_.effect, index, value);
+    };
+    const auto get = [&](int index) { return host_.effect->getParameter(host_.effect, index); };
+    const auto repeatAll = [&] {
+        for (int index = 0; index < 156; ++index)
+            set(index, std::stof(std::to_string(std::clamp(get(index), 0.0f, 1.0f))));
+    };
+    set(6, 31.0f / 48.0f); // the least value of its semitone
+    set(76, 15.0f);
+    set(90, -1.0f);
+    void* chunk = nullptr;
+    host_.Dispatch(effGetChunk, 0, 0, &chunk);
+    std::array<std::byte, 692> saved;
+    std::memcpy(saved.data(), chunk, saved.size());
+    host_.Dispatch(effSetChunk, 0, 692, saved.data());
+    repeatAll();
+    host_.Dispatch(effGetChunk, 0, 0, &chunk);
+    EXPECT_EQ(std::memcmp(saved.data(), chunk, saved.size()), 0);
+    repeatAll();
+    EXPECT_EQ(get(76), 1.0f) << "no more than once";
+    EXPECT_EQ(get(90), 0.0f);
+
+    host_.Dispatch(effSetChunk, 0, 692, saved.data());
+    set(76, 3.0f);
+    set(90, 0.5f);
+    EXPECT_EQ(get(76), 3.0f) << "something else is meant";
+    EXPECT_EQ(get(90), 0.5f);
+    host_.Dispatch(effSetChunk, 0, 692, saved.data());
+    host_.Dispatch(effSetChunk, 0, 3, saved.data());
+    set(76, 1.0f);
+    EXPECT_EQ(get(76), 1.0f) << "a refused state isn't repeated";
+}
+
 TEST_F(VstBinding, TellsTheHostOfEditsWithinItsRange)
 {
     Load();
