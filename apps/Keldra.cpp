@@ -16,7 +16,6 @@
 #include "apps/host/VstHost.h"
 #include "apps/keldra/Choice.h"
 #include "apps/keldra/ComputerKeyboard.h"
-#include "apps/keldra/Icon.h"
 #include "apps/keldra/MidiInputs.h"
 #include "apps/keldra/Options.h"
 #include "apps/keldra/Player.h"
@@ -36,6 +35,11 @@ namespace {
 constexpr int kExitWrong = 2;
 constexpr std::chrono::milliseconds kIdle{50}; ///< between two looks at everything
 constexpr int kUsualRateHz = 48000;
+
+constexpr int kIconPixels = 64; ///< each way
+constexpr std::uint32_t kIcon[kIconPixels * kIconPixels] = {
+#include "apps/WindowIcon.inc"
+};
 
 void Say(const std::string& line)
 {
@@ -162,11 +166,10 @@ private:
     {
         const vst::CVstHost::Size size = *host_->EditorSize();
         const std::string name = host_->EffectName();
-        const std::vector<std::uint32_t> icon = DrawIcon();
         window_ = CTopWindow::Open({name.empty() ? "Keldra" : name,
                                     "keldra",
                                     {size.height, size.width},
-                                    {icon.data(), {kIconPixels, kIconPixels}}},
+                                    {kIcon, {kIconPixels, kIconPixels}}},
                                    *this, error);
         windowToWake = window_.get();
         return window_ != nullptr;
