@@ -3,6 +3,8 @@
 #include <list>
 #include <mutex>
 
+#include "platform/Forever.h"
+
 namespace keldra {
 
 namespace {
@@ -15,8 +17,8 @@ struct CacheState {
 
 CacheState& Cache()
 {
-    static CacheState state;
-    return state;
+    static CForever<CacheState> state;
+    return *state;
 }
 
 } // namespace

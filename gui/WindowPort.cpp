@@ -1,10 +1,12 @@
 #include "gui/WindowPort.h"
 
 #include <algorithm>
+#include <list>
 #include <utility>
 
 #include "gui/PopupMenuGroup.h"
 #include "gui/ValueField.h"
+#include "platform/Forever.h"
 #include "platform/UiThread.h"
 
 namespace keldra {
@@ -14,10 +16,10 @@ namespace {
 constexpr Color kNoBackground = Rgb(65, 65, 65);
 
 /// All windows of the process, in the order of their opening. With the UI lock held.
-std::vector<CWindowPort*>& OpenPorts()
+std::list<CWindowPort*>& OpenPorts()
 {
-    static std::vector<CWindowPort*> ports;
-    return ports;
+    static CForever<std::list<CWindowPort*>> ports;
+    return *ports;
 }
 
 EHeldKey HeldKeyOf(unsigned modifiers)

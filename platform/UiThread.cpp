@@ -8,6 +8,8 @@
 #include <utility>
 #include <vector>
 
+#include "platform/Forever.h"
+
 namespace keldra {
 
 struct CHostCalls::Queue {
@@ -31,8 +33,8 @@ struct CUiLockState {
 
 CUiLockState& State()
 {
-    static CUiLockState state;
-    return state;
+    static CForever<CUiLockState> state;
+    return *state;
 }
 
 } // namespace

@@ -11,6 +11,7 @@
 #include <unistd.h>
 #include <vector>
 
+#include "platform/Forever.h"
 #include "platform/UiThread.h"
 
 namespace keldra {
@@ -24,23 +25,29 @@ constexpr std::chrono::milliseconds kPatience{100};
 class CLoop {
 public:
     CLoop() : wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
-    ~CLoop()
+    ~CLoop() { close(wake_); }
+    CLoop(const CLoop&) = delete;
+    CLoop& operator=(const CLoop&) = delete;
+
+    /// At the module's unloading the thread must be out of its code. While the process ends without
+    /// having closed its editors, a host may keep it in a call for ever.
+    /// @return whether nothing is left of it: no thread, no window
+    bool Stop()
     {
-        // At the module's unloading the thread must be out of its code. While the process ends
-        // without having closed its editors, a host may keep it in a call for ever.
         {
             const std::lock_guard lock(mutex_);
             stopping_ = true;
         }
         WakeUp();
         Join(std::chrono::seconds(1));
-        if (thread_.joinable())
+        const CUiLock uiLock;
+        const std::lock_guard lock(mutex_);
+        if (thread_.joinable()) {
             thread_.detach();
-        else
-            close(wake_);
+            return false;
+        }
+        return members_.empty();
     }
-    CLoop(const CLoop&) = delete;
-    CLoop& operator=(const CLoop&) = delete;
 
     void Add(CWindowLoopMember& member)
     {
@@ -170,8 +177,16 @@ private:
 
 CLoop& Loop()
 {
-    static CLoop loop;
-    return loop;
+    static CForever<CLoop> loop;
+    struct CStopper {
+        ~CStopper()
+        {
+            if (loop->Stop())
+                loop.Destroy();
+        }
+    };
+    static const CStopper stopper;
+    return *loop;
 }
 
 } // namespace
