@@ -8,7 +8,7 @@ set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_CXX_VISIBILITY_PRESET hidden)
 set(CMAKE_VISIBILITY_INLINES_HIDDEN ON)
 set(CMAKE_CXX_FLAGS_RELEASE "-O3 -DNDEBUG")
-set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O1 -g")
+set(CMAKE_CXX_FLAGS_RELWITHDEBINFO "-O1 -g1")
 set(CMAKE_CXX_FLAGS_FUZZ "-O2 -g1") # inputs a second are what counts there, and assertions
 
 add_library(keldra_options INTERFACE)
@@ -23,6 +23,7 @@ if(CMAKE_SIZEOF_VOID_P EQUAL 4)
   target_compile_options(keldra_options INTERFACE -msse2 -mfpmath=sse)
 endif()
 if(KELDRA_SANITIZE)
+  target_compile_definitions(keldra_options INTERFACE KELDRA_SANITIZED)
   target_compile_options(keldra_options INTERFACE
     -fsanitize=${KELDRA_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer
     # Tables of functions that hosts fill in any language have no C++ types to compare.

@@ -158,9 +158,10 @@ private:
 
     void QueueEvents(const VstEvents& events)
     {
+        VstEvent* const* const list = events.events; // longer than its declaration says
         for (int i = 0; i < events.numEvents; ++i) {
             VstMidiEvent event;
-            std::memcpy(&event, events.events[i], sizeof event);
+            std::memcpy(&event, list[i], sizeof event);
             const auto* data = reinterpret_cast<const unsigned char*>(event.midiData);
             Log("midi %.0f: %02x %02x %02x", frame_ + event.deltaFrames, data[0], data[1], data[2]);
             events_.push_back(event);

@@ -11,7 +11,7 @@
 namespace keldra::test {
 namespace {
 
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+#ifdef KELDRA_SANITIZED
 constexpr int kRounds = 60; // each takes ten times as long, and a wrong access shows at once
 #else
 constexpr int kRounds = 500;
