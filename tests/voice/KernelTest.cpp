@@ -193,7 +193,7 @@ StereoSound PlayPiece(CVoiceRig& rig, RenderBlocks&& render)
 
 } // namespace
 
-// What two renders of the same formulas differ by is rounding: -103 dB at worst here. A filter that
+// What two renders of the same formulas differ by is rounding: -101 dB at worst here. A filter that
 // oscillates by itself against a note of another pitch would be no case for this test: two plain
 // readings, one compiled with fused multiply-adds, part within half a second there.
 TEST(Kernel, AgreesWithThePlainReadingForEveryWaveformFilterRouteAndRate)

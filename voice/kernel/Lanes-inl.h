@@ -59,6 +59,13 @@ using DoubleQuad [[gnu::vector_size(8 * kQuad)]] = double;
     return Bits(value) >> 31;
 }
 
+/// All bits set in the lanes of 0 and positive numbers: as integers they are above those of minus
+/// infinity. x86 compares integers beside its additions of floats, and shifts in their place.
+[[gnu::always_inline]] inline Ints NotNegativeMask(Floats value)
+{
+    return Bits(value) > Bits(All(-__builtin_inff()));
+}
+
 [[gnu::always_inline]] inline Floats Choose(Ints mask, Floats where, Floats elsewhere)
 {
     return FromBits((Bits(where) & mask) | (Bits(elsewhere) & ~mask));

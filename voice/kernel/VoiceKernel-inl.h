@@ -2,9 +2,10 @@
 // host. It is the cost of the whole synthesizer. Included once by a source of its own per
 // instruction set, which defines KELDRA_KERNEL_NAME and KELDRA_KERNEL_LANES.
 //
-// Voices lie side by side in the lanes of vectors, and two vectors run side by side in one pass, so
-// that one computes while the other waits for its filter. What a voice does, written plainly (the
-// truth that tests compare with is tests/reference/ScalarVoice.cpp):
+// Voices lie side by side in the lanes of vectors, and two vectors run side by side in one pass:
+// both take a step before either takes the next, so that they wait for their filters at the same
+// time. What a voice does, written plainly (the truth that tests compare with is
+// tests/reference/ScalarVoice.cpp):
 //
 //     fall:     phase -= increment, +1 when that leaves (0, 1]; four phases, two per oscillator
 //     sync:     when B's first phase wraps, A's phases are shifted so that the first becomes 0
@@ -22,10 +23,16 @@
 //   above those of any negative float, and among negative floats those of the larger magnitude are
 //   above. So the smaller of the integers of q and q - 1 is the right one of the two, always.
 // - The ladder runs on u1 = y1 / p, u2 = y2 / p^2, u3 = y3 / p^3, u4 = y4 / p^4. Then
-//   u1 = x + (old x - k u1), u2 = u1 + (old u1 - k u2), ...: the brackets are ready in advance, so
-//   that a sample waits for four additions, and p is only in the weights of what leaves the ladder.
+//   u1 = x + (old x - k u1), u2 = u1 + (old u1 - k u2), ...: the brackets are ready in advance, and
+//   p is only in the weights of what leaves the ladder. The next sample waits for u4 alone, which
+//   is x and the sum of all brackets: for one addition. (The others could be had so, but not x
+//   beside a large u2: always rounded off there, it would be missed.)
 // - All that enters the ladder is scaled by sqrt(3): with t = sqrt(3) s the saturation is
 //   t / (1 + n^2), n the smaller of t and 0, without a decision.
+// - All that leaves the ladder is scaled by 1 - d, d the rate of its slow mean m. Less the mean
+//   that has followed already, o - (m + d (o - m)), is then a plain o - m.
+// - A gain follows its target by g += s (target - g). What it rises by goes on by itself,
+//   rise = (1 - s) rise + s step of the target, so that the loop needs no targets.
 // - Noise comes from the state less 2^31, which as a signed integer follows the same recurrence and
 //   converts to a float in one instruction.
 // - What isn't needed by any voice of a call isn't there: the loop is a template over features.
@@ -54,6 +61,7 @@ constexpr float kMixOffset = -0.42f * kFloatRoot3;
 constexpr float kNoiseScale = 0x1p-32f;
 constexpr float kNoiseOffset = 0.5f - 0.125f; ///< 0.5 from the 2^31 that the state lacks
 constexpr float kDcRate = 0.0001f;
+constexpr float kWithoutDc = 1.0f - kDcRate;
 
 /// A voice per lane, as the loop wants it: what rises and falls, then what stays for a block.
 struct Running {
@@ -61,15 +69,15 @@ struct Running {
     Floats levelA, levelB, noiseLevel;         ///< times sqrt(3)
     Words noise;
     Floats x, u1, u2, u3, u4; ///< times sqrt(3) and divided by powers of p
-    Floats dcState;
-    Floats targetL, targetR, gainL, gainR;
+    Floats dcState;           ///< times kWithoutDc
+    Floats gainL, gainR, gainLRise, gainRRise;
 
     Floats incA, incB;
     Floats levelAStep, levelBStep, noiseLevelStep;
     Words noiseMultiplier, noiseIncrement;
     Floats k, feedback;
     Floats weight4, weight3, weightX;
-    Floats targetLStep, targetRStep;
+    Floats gainLDrive, gainRDrive;
 };
 
 /// Powers of p. In double precision: the ladder's outputs are divided and multiplied by them once a
@@ -102,7 +110,7 @@ struct Powers {
     return result;
 }
 
-Running ToRunning(const VoiceLanes& v, const KernelNoise& noise, int firstVoice)
+Running ToRunning(const VoiceLanes& v, const KernelJob& job, int firstVoice)
 {
     const Powers p(Widened(v.p));
     const Powers byP(1.0 / p.of1);
@@ -114,32 +122,32 @@ Running ToRunning(const VoiceLanes& v, const KernelNoise& noise, int firstVoice)
     run.levelA = v.levelA * kFloatRoot3;
     run.levelB = v.levelB * kFloatRoot3;
     run.noiseLevel = v.noiseLevel * kFloatRoot3;
-    run.noise = LoadNoise(noise.state + firstVoice) ^ 0x80000000u;
+    run.noise = LoadNoise(job.noise.state + firstVoice) ^ 0x80000000u;
     run.x = v.xOld * kFloatRoot3;
     run.u1 = Folded(v.y1, byP.of1);
     run.u2 = Folded(v.y2, byP.of2);
     run.u3 = Folded(v.y3, byP.of3);
     run.u4 = Folded(v.y4, byP.of4);
-    run.dcState = v.dcState;
-    run.targetL = v.targetL;
-    run.targetR = v.targetR;
+    run.dcState = v.dcState * kWithoutDc;
     run.gainL = v.gainL;
     run.gainR = v.gainR;
+    run.gainLRise = (v.targetL + v.targetLStep - v.gainL) * job.gainSmoothing;
+    run.gainRRise = (v.targetR + v.targetRStep - v.gainR) * job.gainSmoothing;
 
     run.incA = v.incA;
     run.incB = v.incB;
     run.levelAStep = v.levelAStep * kFloatRoot3;
     run.levelBStep = v.levelBStep * kFloatRoot3;
     run.noiseLevelStep = v.noiseLevelStep * kFloatRoot3;
-    run.noiseMultiplier = LoadNoise(noise.multiplier + firstVoice);
-    run.noiseIncrement = LoadNoise(noise.increment + firstVoice);
+    run.noiseMultiplier = LoadNoise(job.noise.multiplier + firstVoice);
+    run.noiseIncrement = LoadNoise(job.noise.increment + firstVoice);
     run.k = v.k;
     run.feedback = Rounded(Widened(v.r) * p.of4);
-    run.weight4 = Unfolded(v.c4, p.of4);
-    run.weight3 = Unfolded(v.c3, p.of3);
-    run.weightX = v.cx * kOneByRoot3;
-    run.targetLStep = v.targetLStep;
-    run.targetRStep = v.targetRStep;
+    run.weight4 = Unfolded(v.c4 * kWithoutDc, p.of4);
+    run.weight3 = Unfolded(v.c3 * kWithoutDc, p.of3);
+    run.weightX = v.cx * (kWithoutDc * kOneByRoot3);
+    run.gainLDrive = v.targetLStep * job.gainSmoothing;
+    run.gainRDrive = v.targetRStep * job.gainSmoothing;
     return run;
 }
 
@@ -151,13 +159,13 @@ Running ToRunning(const VoiceLanes& v, const KernelNoise& noise, int firstVoice)
     return FromBits((moved > Floats{} ? Bits(moved) : Bits(moved + 1.0f)));
 }
 
-void FromRunning(const Running& run, unsigned features, VoiceLanes& v)
+void FromRunning(const Running& run, const KernelJob& job, VoiceLanes& v)
 {
     const Powers p(Widened(v.p));
     const Floats phaseA1 = -run.phaseA1;
     const Floats phaseB1 = -run.phaseB1;
-    v.phaseA2 = features & kPulseA ? -run.phaseA2 : Following(phaseA1, v.phaseA1, v.phaseA2);
-    v.phaseB2 = features & kPulseB ? -run.phaseB2 : Following(phaseB1, v.phaseB1, v.phaseB2);
+    v.phaseA2 = job.features & kPulseA ? -run.phaseA2 : Following(phaseA1, v.phaseA1, v.phaseA2);
+    v.phaseB2 = job.features & kPulseB ? -run.phaseB2 : Following(phaseB1, v.phaseB1, v.phaseB2);
     v.phaseA1 = phaseA1;
     v.phaseB1 = phaseB1;
     v.levelA = run.levelA * kOneByRoot3;
@@ -168,9 +176,9 @@ void FromRunning(const Running& run, unsigned features, VoiceLanes& v)
     v.y2 = Unfolded(run.u2, p.of2);
     v.y3 = Unfolded(run.u3, p.of3);
     v.y4 = Unfolded(run.u4, p.of4);
-    v.dcState = run.dcState;
-    v.targetL = run.targetL;
-    v.targetR = run.targetR;
+    v.dcState = run.dcState * (1.0f / kWithoutDc);
+    v.targetL += v.targetLStep * static_cast<float>(job.samples);
+    v.targetR += v.targetRStep * static_cast<float>(job.samples);
     v.gainL = run.gainL;
     v.gainR = run.gainR;
 }
@@ -186,8 +194,8 @@ void FromRunning(const Running& run, unsigned features, VoiceLanes& v)
 [[gnu::always_inline]] inline Floats Wrapped(Floats phase)
 {
 #if defined(__SSE2__) && !defined(__SSE4_1__)
-    // No minimum of signed integers yet: -1 where the sign says so.
-    return phase + FromBits(~NegativeMask(phase) & Bits(All(-1.0f)));
+    // No minimum of signed integers yet: -1 where it left.
+    return phase + FromBits(NotNegativeMask(phase) & Bits(All(-1.0f)));
 #else
     const Ints here = Bits(phase);
     const Ints cycleBelow = Bits(phase - 1.0f);
@@ -195,10 +203,11 @@ void FromRunning(const Running& run, unsigned features, VoiceLanes& v)
 #endif
 }
 
-/// One internal sample of the voices of one vector.
+// --- What a sample takes, in three steps ---
+
+/// Moves the oscillators on and answers what they and the noise mix to.
 template <unsigned features>
-[[gnu::always_inline]] inline void Advance(Running& v, Floats smoothing, Floats& left,
-                                           Floats& right)
+[[gnu::always_inline]] inline Floats Oscillate(Running& v)
 {
     v.phaseA1 = Wrapped(v.phaseA1 + v.incA);
     if constexpr (features & kPulseA)
@@ -208,10 +217,10 @@ template <unsigned features>
     if constexpr (features & kPulseB)
         v.phaseB2 = Wrapped(v.phaseB2 + v.incB);
     if constexpr (features & kSync) {
-        const Floats shift = FromBits(~NegativeMask(risenB1) & Bits(v.phaseA1));
-        v.phaseA1 -= shift;
+        const Ints wrapped = NotNegativeMask(risenB1);
         if constexpr (features & kPulseA)
-            v.phaseA2 -= shift;
+            v.phaseA2 -= FromBits(wrapped & Bits(v.phaseA1));
+        v.phaseA1 = FromBits(~wrapped & Bits(v.phaseA1));
     }
 
     Floats a = -v.phaseA1;
@@ -233,14 +242,24 @@ template <unsigned features>
     mix += a * v.levelA;
     v.levelB += v.levelBStep;
     v.levelA += v.levelAStep;
+    return mix;
+}
 
+/// Saturates a mix and sends it through the ladder.
+template <unsigned features>
+[[gnu::always_inline]] inline Floats Filter(Running& v, Floats mix)
+{
     const Floats t = mix - v.feedback * v.u4;
     const Floats n = NegativePart(t);
     const Floats x = t / (1.0f + n * n);
-    const Floats u1 = x + (v.x - v.k * v.u1);
-    const Floats u2 = u1 + (v.u1 - v.k * v.u2);
-    const Floats u3 = u2 + (v.u2 - v.k * v.u3);
-    const Floats u4 = u3 + (v.u3 - v.k * v.u4);
+    const Floats b1 = v.x - v.k * v.u1;
+    const Floats b2 = v.u1 - v.k * v.u2;
+    const Floats b3 = v.u2 - v.k * v.u3;
+    const Floats b4 = v.u3 - v.k * v.u4;
+    const Floats u1 = x + b1;
+    const Floats u2 = u1 + b2;
+    const Floats u3 = u2 + b3;
+    const Floats u4 = x + (((b1 + b2) + b3) + b4);
     v.x = x;
     v.u1 = u1;
     v.u2 = u2;
@@ -249,15 +268,21 @@ template <unsigned features>
     Floats out = v.weight4 * u4;
     if constexpr (features & kOutputMix)
         out += v.weight3 * u3 + v.weightX * x;
+    return out;
+}
 
-    v.dcState += (out - v.dcState) * kDcRate;
-    out -= v.dcState;
+/// Adds to both sides what has left the ladder, less its slow mean.
+[[gnu::always_inline]] inline void Amplify(Running& v, Floats filtered, Floats gainDecay,
+                                           Floats& left, Floats& right)
+{
+    const Floats out = filtered - v.dcState;
+    v.dcState += out * kDcRate;
     left += out * v.gainL;
     right += out * v.gainR;
-    v.targetL += v.targetLStep;
-    v.targetR += v.targetRStep;
-    v.gainL += (v.targetL - v.gainL) * smoothing;
-    v.gainR += (v.targetR - v.gainR) * smoothing;
+    v.gainL += v.gainLRise;
+    v.gainR += v.gainRRise;
+    v.gainLRise = v.gainLRise * gainDecay + v.gainLDrive;
+    v.gainRRise = v.gainRRise * gainDecay + v.gainRDrive;
 }
 
 // --- Passes ---
@@ -279,7 +304,7 @@ void Pass(Running* voices, Sums& sums, ESums what, int samples, float gainSmooth
     Running v[width];
     for (int j = 0; j < width; ++j)
         v[j] = voices[j];
-    const Floats smoothing = All(gainSmoothing);
+    const Floats gainDecay = All(1.0f - gainSmoothing);
     for (int i = 0; i < samples; ++i) {
         Floats left{};
         Floats right{};
@@ -287,8 +312,13 @@ void Pass(Running* voices, Sums& sums, ESums what, int samples, float gainSmooth
             left = sums.left[i];
             right = sums.right[i];
         }
+        Floats sound[width];
         for (int j = 0; j < width; ++j)
-            Advance<features>(v[j], smoothing, left, right);
+            sound[j] = Oscillate<features>(v[j]);
+        for (int j = 0; j < width; ++j)
+            sound[j] = Filter<features>(v[j], sound[j]);
+        for (int j = 0; j < width; ++j)
+            Amplify(v[j], sound[j], gainDecay, left, right);
         sums.left[i] = left;
         sums.right[i] = right;
     }
@@ -359,7 +389,7 @@ void Render(const KernelJob& job)
         Gather<Quad, kVoiceRows>(job.voices + i * kLanes, 0, &lanes[i].levelA);
         if (AnyFresh(job.goals + i * kLanes))
             SetUp(lanes[i], GatherGoals(job.goals + i * kLanes), job.internalRate);
-        running[i] = ToRunning(lanes[i], job.noise, i * kLanes);
+        running[i] = ToRunning(lanes[i], job, i * kLanes);
     }
 
     const Loops& loops = AllLoops<kKernelFeatureSets>::kLoops[job.features];
@@ -377,7 +407,7 @@ void Render(const KernelJob& job)
     }
 
     for (int i = 0; i < vectors; ++i) {
-        FromRunning(running[i], job.features, lanes[i]);
+        FromRunning(running[i], job, lanes[i]);
         Scatter<Quad, kVoiceRows>(&lanes[i].levelA, job.voices + i * kLanes);
     }
 }
