@@ -129,14 +129,13 @@ bool KeldraEditor::Open(void* parent)
     {
         const CUiLock lock;
         if (GetRootGroup()->GetFirstControl() == nullptr)
-            BuildPanel(); // the skin may have come since
+            BuildPanel();
     }
     return CPluginEditor::Open(parent);
 }
 
-void KeldraEditor::BuildPanel()
+void KeldraEditor::BuildPanel() // UI lock held
 {
-    const CUiLock lock;
     if (!LoadSkin())
         return;
     SetBackground(Image(ESkinImage::Background));

@@ -27,11 +27,11 @@ public:
     ~KeldraEditor() override;
 
     void Connect(CPluginRenderer& renderer, CPluginWrapper& host) override;
-    /// Without one of the skin's images nothing is built: the window is grey, all else lives on.
-    void BuildPanel() override;
     bool LoadSkin() override;
     using CPluginEditor::Open;
-    bool Open(void* parent) override; ///< builds the panel first where the skin was missing before
+    /// The panel is built when the window opens the first time: hosts look at many instances whose
+    /// window nobody opens. Without one of the skin's images it is grey, and all else lives on.
+    bool Open(void* parent) override;
     void Close() override;
 
     bool OnControlPressed(CControl* control) override;
@@ -57,6 +57,7 @@ private:
     OpenOwnFileDialog(const FileDialogRequest& request) override;
 
     [[nodiscard]] const CImage* Image(ESkinImage image) const;
+    void BuildPanel();
     [[nodiscard]] std::unique_ptr<CControl> MakeControl(const PanelControl& row);
     void Remember(EPanelRole role, CControl& control);
     [[nodiscard]] EPanelRole RoleOf(const CControl* control) const;

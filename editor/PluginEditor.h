@@ -24,7 +24,6 @@ public:
 
     // CEditorPort
     void Connect(CPluginRenderer& renderer, CPluginWrapper& host) override;
-    void BuildPanel() override {}
     bool LoadSkin() override { return true; }
     [[nodiscard]] EditorSize WindowSize() const override;
     bool Open(void* parent) override;

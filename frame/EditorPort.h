@@ -19,8 +19,7 @@ public:
 
     /// Once, right after construction. Neither is owned.
     virtual void Connect(CPluginRenderer& renderer, CPluginWrapper& host) = 0;
-    virtual void BuildPanel() = 0; ///< once, after Connect
-    virtual bool LoadSkin() = 0;   ///< false when an image is missing or damaged
+    virtual bool LoadSkin() = 0; ///< before Open; false when an image is missing or damaged
 
     [[nodiscard]] virtual EditorSize WindowSize() const = 0; ///< any thread, open or not
 

@@ -96,7 +96,6 @@ int Run(const std::string& bundle, const std::string& output, const char* progra
     CNoHost host;
     renderer->SetHostWrapper(&host);
     editor->Connect(*renderer, host);
-    editor->BuildPanel();
     if (!editor->LoadSkin()) {
         std::fprintf(stderr, "can't read the images in %s\n", bundle.c_str());
         return 1;

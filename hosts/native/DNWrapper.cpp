@@ -129,7 +129,6 @@ void CDNWrapper::MakeRendererAndEditor()
     if (editor_ != nullptr) {
         renderer_->SetEditor(editor_.get());
         editor_->Connect(*renderer_, *this);
-        editor_->BuildPanel();
     }
     if (renderer_ != nullptr)
         renderer_->ChangeSampleRate(sampleRate);

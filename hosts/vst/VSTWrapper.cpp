@@ -80,11 +80,9 @@ void CVSTWrapper::MakeRendererAndEditor()
         return;
     renderer_->SetHostWrapper(this);
     if (std::unique_ptr<CEditorPort> window = definition.CreateEditor()) {
-        CEditorPort& panel = *window;
-        renderer_->SetEditor(&panel);
-        panel.Connect(*renderer_, *this);
+        renderer_->SetEditor(window.get());
+        window->Connect(*renderer_, *this);
         setEditor(std::make_unique<CVSTEditor>(*this, std::move(window)));
-        panel.BuildPanel();
     }
     renderer_->ChangeSampleRate(kRateBeforeTheHostSays);
 }

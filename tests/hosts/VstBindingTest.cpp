@@ -48,7 +48,7 @@ void* Window(std::uintptr_t id)
 TEST_F(VstBinding, MakesAnInstanceInTheOrderThatHostsAndEditorsRelyOn)
 {
     ASSERT_TRUE(host_.Load());
-    EXPECT_EQ(journal.Take(), (Lines{"version?", "connect", "build", "rate 44100.00"}));
+    EXPECT_EQ(journal.Take(), (Lines{"version?", "connect", "rate 44100.00"}));
     std::array<char, 256> text;
     CPluginInstance::Get().GetHostVendor(text);
     EXPECT_EQ(text.data(), std::string(200, 'v'));

@@ -23,7 +23,6 @@ public:
         const bool isRight = renderer.Editor() == this && renderer.HostWrapper() == &host;
         journal.Note(isRight ? "connect" : "wrong connection");
     }
-    void BuildPanel() override { journal.Note("build"); }
     bool LoadSkin() override
     {
         journal.Note("skin");

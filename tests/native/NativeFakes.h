@@ -70,7 +70,6 @@ class CFakeEditor final : public CEditorPort {
 public:
     ~CFakeEditor() override { journal.Note("editor gone"); }
     void Connect(CPluginRenderer& renderer, CPluginWrapper& host) override;
-    void BuildPanel() override { journal.Note("build"); }
     bool LoadSkin() override;
     [[nodiscard]] EditorSize WindowSize() const override { return {521, 855}; }
     bool Open(void* parent) override;

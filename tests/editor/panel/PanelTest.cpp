@@ -343,7 +343,6 @@ TEST(PanelSkin, IsGreyWithoutAnImageAndEverythingElseLives)
         CPanelRig rig(false);
         EXPECT_FALSE(rig.host->OpenEditor(reinterpret_cast<void*>(7))) << "the host is told";
         KeldraEditor alone; // as others open it
-        alone.BuildPanel();
         EXPECT_TRUE(alone.Open(nullptr));
         for (const PixelPoint at : {PixelPoint{0, 0}, {300, 200}, {854, 520}})
             EXPECT_EQ(CHeadlessWindow::Newest()->PixelAt(at.x, at.y) & 0xffffffu, 0x414141u);
