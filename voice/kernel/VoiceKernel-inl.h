@@ -339,20 +339,24 @@ void Pass(Running* voices, Sums& sums, ESums what, int samples, float gainSmooth
 /// Adds up the lanes of each sample.
 void AddUp(const Floats* sums, int samples, float* output, bool overwrite)
 {
-    for (int i = 0; i < samples; i += kQuad) {
-        const int count = samples - i < kQuad ? samples - i : kQuad;
-        Quad block[kQuad]{};
-        for (int j = 0; j < count; ++j)
+    int i = 0;
+    for (; i + kQuad <= samples; i += kQuad) {
+        Quad block[kQuad];
+        for (int j = 0; j < kQuad; ++j)
             block[j] = SumOfQuads(sums[i + j]);
         Transpose(block);
         Quad sum = (block[0] + block[1]) + (block[2] + block[3]);
-        const auto bytes = static_cast<unsigned>(count) * sizeof(float);
         if (!overwrite) {
-            Quad before{};
-            __builtin_memcpy(&before, output + i, bytes);
+            Quad before;
+            __builtin_memcpy(&before, output + i, sizeof(before));
             sum += before;
         }
-        __builtin_memcpy(output + i, &sum, bytes);
+        __builtin_memcpy(output + i, &sum, sizeof(sum));
+    }
+    for (; i < samples; ++i) {
+        const Quad parts = SumOfQuads(sums[i]);
+        const float sum = (parts[0] + parts[1]) + (parts[2] + parts[3]);
+        output[i] = overwrite ? sum : output[i] + sum;
     }
 }
 
