@@ -26,10 +26,12 @@ void EffectsUnit::SetSampleRate(double hz)
 {
     if (!IsUsableRate(hz))
         return;
-    delay_.SetSampleRate(hz);
-    chorus_.SetSampleRate(hz);
+    isBuilt_ = false;
     shelf_.SetSampleRate(hz);
     Reset();
+    delay_.SetSampleRate(hz);
+    chorus_.SetSampleRate(hz);
+    isBuilt_ = true;
 }
 
 void EffectsUnit::Reset()
@@ -50,13 +52,15 @@ void EffectsUnit::Process(float* left, float* right, int frames)
     }
 
     shelf_.Process(left, right, frames);
+    if (!isBuilt_)
+        return;
     chorus_.Process(left, right, frames);
     delay_.Process(left, right, frames);
 }
 
 bool EffectsUnit::IsSilent() const
 {
-    return shelf_.IsSilent() && chorus_.IsSilent() && delay_.IsSilent();
+    return shelf_.IsSilent() && (!isBuilt_ || (chorus_.IsSilent() && delay_.IsSilent()));
 }
 
 std::size_t EffectsUnit::MemoryBytes() const

@@ -17,8 +17,10 @@ namespace keldra {
 class EffectsUnit {
 public:
     /// Builds delay and chorus anew, adjusts the shelf, then Reset. Settings stay.
-    /// @param hz  1000 .. 1 000 000; else everything stays as it is
+    /// @param hz  1000 .. 1 000 000; else everything stays as it is. Throws when memory is short:
+    ///   then there is the shelf alone until another call succeeds
     void SetSampleRate(double hz);
+    [[nodiscard]] bool IsBuilt() const { return isBuilt_; } ///< has all that a rate asks for
     /// Of the host, in beats per minute, once a block; what isn't above 0 or not finite keeps the
     /// last one.
     void SetTempo(double bpm) { delay_.SetTempo(bpm); }
@@ -41,6 +43,7 @@ private:
     CDelay delay_;
     CChorus chorus_;
     ShelfFilter shelf_; ///< of both channels
+    bool isBuilt_ = false;
 };
 
 } // namespace keldra

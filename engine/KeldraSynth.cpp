@@ -77,7 +77,6 @@ void KeldraSynth::SetSampleRate(double hz)
     const bool sane = hz >= kLowestRate && hz <= kHighestRate;
     CSynthesizer::SetSampleRate(sane ? hz : 0.0);
     if (sane) {
-        effects_.SetSampleRate(hz);
         patch_.internalRate = CDecimationFilter::kFactor * hz;
         patch_.gainSmoothing = static_cast<float>(hz / 44100.0 * 0.003);
     }
@@ -88,6 +87,10 @@ void KeldraSynth::SetSampleRate(double hz)
         value->Jump();
     decimator_.Reset();
     effects_.Reset();
+    // Last, since it may throw: notes are right without effects. Hosts that set a rate resume
+    // afterwards, and perhaps there is memory then.
+    if (sane || (GetSampleRate() > 0.0 && !effects_.IsBuilt()))
+        effects_.SetSampleRate(GetSampleRate());
 }
 
 void KeldraSynth::SetSongPosition(double quarterNotes)

@@ -48,11 +48,11 @@ const CImage* CImageCache::GetImage(std::string_view folder, std::string_view na
     for (const CImage& image : cache.images)
         if (image.Path() == path)
             return &image;
-    CImage& image = cache.images.emplace_back();
-    if (image.Load(path))
-        return &image;
-    cache.images.pop_back();
-    return nullptr;
+    std::list<CImage> loaded(1); // not in the cache while it may fail, or throw
+    if (!loaded.front().Load(path))
+        return nullptr;
+    cache.images.splice(cache.images.end(), loaded);
+    return &cache.images.back();
 }
 
 std::size_t CImageCache::ImageCount()

@@ -2,7 +2,7 @@
 
 #include <chrono>
 #include <condition_variable>
-#include <deque>
+#include <list>
 #include <mutex>
 #include <thread>
 #include <utility>
@@ -15,7 +15,7 @@ namespace keldra {
 struct CHostCalls::Queue {
     std::mutex mutex;
     std::condition_variable idle;
-    std::deque<std::function<void()>> calls;
+    std::list<std::function<void()>> calls; // unlike a deque it takes no memory until it is used
     int depth = 0; ///< of calls under way, one inside the other, on the thread `maker`
     std::thread::id maker;
 };
@@ -60,7 +60,7 @@ CHostCalls::CHostCalls() : queue_(std::make_shared<Queue>()) {}
 
 CHostCalls::~CHostCalls()
 {
-    std::deque<std::function<void()>> dropped;
+    std::list<std::function<void()>> dropped;
     const std::lock_guard lock(queue_->mutex);
     dropped.swap(queue_->calls);
 }
@@ -88,7 +88,10 @@ void CHostCalls::Deliver(Queue& queue)
         const std::function<void()> call = std::move(queue.calls.front());
         queue.calls.pop_front();
         lock.unlock();
-        call();
+        try {
+            call();
+        } catch (...) { // out of memory, most likely: not done, and the thread's owner lives on
+        }
         lock.lock();
     }
     if (queue.maker == self && --queue.depth == 0)

@@ -22,6 +22,23 @@ using CClock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kTick{30};
 constexpr std::chrono::milliseconds kPatience{100};
 
+/// While it lives, threads that are made are born with all signals blocked: those are the host's.
+class CSignalsBlocked {
+public:
+    CSignalsBlocked()
+    {
+        sigset_t all;
+        sigfillset(&all);
+        pthread_sigmask(SIG_SETMASK, &all, &before_);
+    }
+    ~CSignalsBlocked() { pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+    CSignalsBlocked(const CSignalsBlocked&) = delete;
+    CSignalsBlocked& operator=(const CSignalsBlocked&) = delete;
+
+private:
+    sigset_t before_;
+};
+
 class CLoop {
 public:
     CLoop() : wake_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
@@ -51,8 +68,9 @@ public:
 
     void Add(CWindowLoopMember& member)
     {
-        members_.push_back(&member);
+        members_.reserve(members_.size() + 1); // from here on only Start may fail
         Start();
+        members_.push_back(&member);
         WakeUp();
     }
 
@@ -60,8 +78,12 @@ public:
     {
         std::erase(members_, &member);
         WakeUp();
-        if (members_.empty())
+        if (!members_.empty())
+            return;
+        try {
             after_.Post([this] { Join(kPatience); });
+        } catch (...) { // no memory to ask for it: the thread is joined by the next one's start
+        }
     }
 
     void WakeUp() const
@@ -89,14 +111,9 @@ private:
             done.join();
             lock.lock();
         }
-        running_ = true;
-        // Signals are the host's: the new thread is born with all of them blocked.
-        sigset_t all;
-        sigset_t before;
-        sigfillset(&all);
-        pthread_sigmask(SIG_SETMASK, &all, &before);
+        const CSignalsBlocked duringBirth;
         thread_ = std::thread([this] { Run(); });
-        pthread_sigmask(SIG_SETMASK, &before, nullptr);
+        running_ = true;
     }
 
     /// Waits for a thread that is about to end, unless it is this one.
@@ -119,22 +136,33 @@ private:
     {
         CClock::time_point nextTick = CClock::now() + kTick;
         std::vector<pollfd> files;
-        while (CollectFiles(files)) {
-            const auto left =
-                std::chrono::ceil<std::chrono::milliseconds>(nextTick - CClock::now());
-            poll(files.data(), files.size(), std::max(static_cast<int>(left.count()), 0));
-            std::uint64_t count;
-            static_cast<void>(!read(wake_, &count, sizeof count));
-            const CUiLock lock;
-            ForEach([](CWindowLoopMember& member) { member.ProcessEvents(); });
-            const CClock::time_point now = CClock::now();
-            if (now < nextTick)
-                continue;
-            ForEach([](CWindowLoopMember& member) { member.Tick(); });
-            // What came while a tick waited for an answer was read with it.
-            ForEach([](CWindowLoopMember& member) { member.ProcessEvents(); });
-            nextTick = std::max(nextTick + kTick, now + kTick / 2);
+        for (;;) {
+            try {
+                if (!CollectFiles(files))
+                    return;
+                const auto left =
+                    std::chrono::ceil<std::chrono::milliseconds>(nextTick - CClock::now());
+                poll(files.data(), files.size(), std::max(static_cast<int>(left.count()), 0));
+                Visit(nextTick);
+            } catch (...) { // memory is short, and the host's process is none of ours to end
+                std::this_thread::sleep_for(kTick);
+            }
         }
+    }
+
+    void Visit(CClock::time_point& nextTick)
+    {
+        std::uint64_t count;
+        static_cast<void>(!read(wake_, &count, sizeof count));
+        const CUiLock lock;
+        ForEach([](CWindowLoopMember& member) { member.ProcessEvents(); });
+        const CClock::time_point now = CClock::now();
+        if (now < nextTick)
+            return;
+        ForEach([](CWindowLoopMember& member) { member.Tick(); });
+        // What came while a tick waited for an answer was read with it.
+        ForEach([](CWindowLoopMember& member) { member.ProcessEvents(); });
+        nextTick = std::max(nextTick + kTick, now + kTick / 2);
     }
 
     /// @return false when there is nobody left: the thread is over
