@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "editor/FileList.h"
+#include "editor/ChooserList.h"
 #include "editor/ModalPanel.h"
 #include "gui/ControlButton.h"
 #include "gui/ControlTextField.h"
@@ -109,7 +109,7 @@ void CFileChooser::BuildControls(const FileDialogRequest& request)
     home_ = &Add(button("Home", {left + 48, top, 54, kLine}));
     path_ = &Add(display({left + 112, top, right - left - 112, kLine}, kText));
 
-    auto list = std::make_unique<CFileList>([this] { OpenSelected(); });
+    auto list = std::make_unique<CChooserList>([this] { OpenSelected(); });
     list->SetRect({left, top + kLine + 8, right - left, nameLine - top - kLine - 16});
     list->SetMargins(6, 6);
     list->SetTextIndent(18);

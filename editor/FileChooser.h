@@ -13,7 +13,7 @@ class CControlButton;
 class CControlDisplay;
 class CControlMenu;
 class CControlTextField;
-class CFileList;
+class CChooserList;
 
 /// The file chooser that the toolkit draws itself, for desktops without one: a modal group over the
 /// panel. UI lock held; the disk is read without it.
@@ -86,7 +86,7 @@ private:
     CControlButton* parent_ = nullptr;
     CControlButton* home_ = nullptr;
     CControlDisplay* path_ = nullptr;
-    CFileList* list_ = nullptr;
+    CChooserList* list_ = nullptr;
     CControlTextField* name_ = nullptr;
     CControlMenu* filter_ = nullptr; ///< null when there is nothing to choose from
     CControlDisplay* message_ = nullptr;

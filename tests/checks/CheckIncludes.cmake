@@ -1,5 +1,6 @@
 # Arrows between the rooms point down only: each room may include what stands beside it here. Tests,
-# benchmarks and fuzzers may include anything. Run with -DSOURCE_DIR=...
+# benchmarks and fuzzers may include anything. And no two headers of the module define classes of one
+# name. Run with -DSOURCE_DIR=...
 set(may_platform "platform")
 set(may_frame "frame;platform")
 set(may_voice "voice;frame")
@@ -22,6 +23,17 @@ foreach(room platform frame voice effects presets engine gui editor hosts/vst ho
   file(GLOB_RECURSE sources RELATIVE ${SOURCE_DIR} ${SOURCE_DIR}/${room}/*.h
     ${SOURCE_DIR}/${room}/*.cpp)
   foreach(source IN LISTS sources)
+    # Of two classes of one name the linker keeps the inline members of one, for both.
+    if(source MATCHES "\\.h$" AND NOT room MATCHES "apps|skin|library|songs")
+      file(STRINGS ${SOURCE_DIR}/${source} classes REGEX "^(class|struct) [A-Za-z0-9]+( final)?( :.*)? {$")
+      foreach(class IN LISTS classes)
+        string(REGEX REPLACE "^[a-z]+ ([A-Za-z0-9]+).*" "\\1" name "${class}")
+        if(DEFINED defined_${name})
+          list(APPEND wrong "${source} defines ${name}, which ${defined_${name}} defines too")
+        endif()
+        set(defined_${name} ${source})
+      endforeach()
+    endif()
     file(STRINGS ${SOURCE_DIR}/${source} includes REGEX "^[ \t]*#[ \t]*include[ \t]*\"")
     foreach(include IN LISTS includes)
       string(REGEX REPLACE ".*\"(.*)\".*" "\\1" path "${include}")
@@ -39,5 +51,5 @@ foreach(room platform frame voice effects presets engine gui editor hosts/vst ho
 endforeach()
 if(wrong)
   list(JOIN wrong "\n  " text)
-  message(FATAL_ERROR "Arrows that point the wrong way:\n  ${text}")
+  message(FATAL_ERROR "Arrows that point the wrong way, or names that are taken:\n  ${text}")
 endif()

@@ -10,9 +10,9 @@ namespace keldra {
 
 /// The file chooser's list: folders have a sign of their own, and a second press opens what the
 /// first one chose.
-class CFileList final : public CControlList {
+class CChooserList final : public CControlList {
 public:
-    explicit CFileList(std::function<void()> open) : open_(std::move(open)) {}
+    explicit CChooserList(std::function<void()> open) : open_(std::move(open)) {}
 
     void DrawItems() override;
     bool OnDoubleClick() override;

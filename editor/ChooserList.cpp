@@ -1,4 +1,4 @@
-#include "editor/FileList.h"
+#include "editor/ChooserList.h"
 
 #include "gui/Fonts.h"
 
@@ -13,7 +13,7 @@ constexpr int kSignHeight = 8;
 
 } // namespace
 
-void CFileList::DrawItems()
+void CChooserList::DrawItems()
 {
     CControlList::DrawItems();
     CGraphicBuffer* const buffer = GetBuffer();
@@ -38,7 +38,7 @@ void CFileList::DrawItems()
 }
 
 /// The first press may have scrolled or filled the list anew: then the second chose something else.
-bool CFileList::OnDoubleClick()
+bool CChooserList::OnDoubleClick()
 {
     const int before = ChosenIndex();
     CControlList::OnDoubleClick();
@@ -47,7 +47,7 @@ bool CFileList::OnDoubleClick()
     return true;
 }
 
-void CFileList::Fill(const ChooserFolder& folder)
+void CChooserList::Fill(const ChooserFolder& folder)
 {
     ClearItems();
     folders_ = 0;
