@@ -24,7 +24,7 @@
 #include "tests/torture/XScreen.h"
 #endif
 
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+#ifdef KELDRA_SANITIZED
 extern "C" std::size_t __sanitizer_get_current_allocated_bytes(); // g++ has no header for it
 #endif
 
@@ -74,7 +74,7 @@ private:
 /// Bytes that the program has taken and not given back.
 std::size_t MemoryInUse()
 {
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+#ifdef KELDRA_SANITIZED
     return __sanitizer_get_current_allocated_bytes();
 #else
     const auto info = mallinfo2();

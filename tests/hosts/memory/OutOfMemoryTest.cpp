@@ -63,7 +63,7 @@ namespace {
 
 using namespace vst;
 
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#ifdef KELDRA_SANITIZED
 constexpr int kSlowness = 5;
 #else
 constexpr int kSlowness = 1;
