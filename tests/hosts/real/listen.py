@@ -20,6 +20,10 @@ class Recording:
         part = self.part(start, seconds)
         return (sum(s * s for s in part) / max(1, len(part))) ** 0.5
 
+    def onset(self):
+        """Seconds until something is heard."""
+        return next((i for i, s in enumerate(self.left) if abs(s) > 0.001), 0) / self.rate
+
     def pitch(self, start):
         """Hz, by autocorrelation over a tenth of a second, of a note between 100 and 1000 Hz."""
         part = self.part(start, 0.12)
@@ -59,11 +63,11 @@ class Findings:
         print(("ok      " if holds else "FAILED  ") + what, flush=True)
         self.failed += not holds
 
-    def expect_clip(self, recording, when, start=0.0):
+    def expect_clip(self, recording, when, start=0.0, semitones=0):
         """That the clip is heard, from `start` seconds on."""
         for at, hz in ((0.4, 440.0), (2.4, 523.25)):
-            heard = recording.pitch(start + at)
-            self.expect(abs(heard / hz - 1) < 0.01, f"{when}: {heard:.1f} Hz for {hz}")
+            heard, hz = recording.pitch(start + at), hz * 2 ** (semitones / 12)
+            self.expect(abs(heard / hz - 1) < 0.01, f"{when}: {heard:.1f} Hz for {hz:.1f}")
         for at in (1.6, 3.6):
             level = recording.level(start + at, 0.3)
             self.expect(level < 0.001, f"{when}: {level:.5f} between and after the notes")
