@@ -57,6 +57,7 @@ std::unique_ptr<CVSTWrapper> CVSTWrapper::Create(audioMasterCallback host)
     wrapper->getHostVendorString(vendor.data());
     wrapper->getHostProductString(product.data());
     definition.SetHostNames(TextIn(vendor), TextIn(product));
+    wrapper->hostTakesEdits_ = TextIn(product) != "Ardour";
     if (!definition.CanCreateInstance())
         return nullptr;
     wrapper->MakeRendererAndEditor();
@@ -352,13 +353,13 @@ void CVSTWrapper::AutomateParameter(int index, float value)
 
 void CVSTWrapper::BeginEdit(int index)
 {
-    if (IsReported(index))
+    if (hostTakesEdits_ && IsReported(index))
         beginEdit(index);
 }
 
 void CVSTWrapper::EndEdit(int index)
 {
-    if (IsReported(index))
+    if (hostTakesEdits_ && IsReported(index))
         endEdit(index);
 }
 

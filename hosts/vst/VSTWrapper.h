@@ -81,6 +81,10 @@ private:
     bool IsPoorCopyOfState(int index, float value);
     [[nodiscard]] bool IsReported(int index) const { return index >= 0 && index < numParams; }
 
+    /// Ardour 7 crashes when an edit begins while a song rolls and automation is written by touch:
+    /// the thread of its plug-in windows lacks the tempo map that it looks up then. So it isn't
+    /// told.
+    bool hostTakesEdits_ = true;
     std::unique_ptr<CPluginRenderer> renderer_;
     std::unique_ptr<std::byte[]> chunk_; ///< what the host was handed last
     /// The host hasn't set this parameter since a state came in. Any thread.

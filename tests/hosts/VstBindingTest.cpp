@@ -573,15 +573,23 @@ TEST_F(VstBinding, KeepsARestoredStateWhenTheHostRepeatsItCutAndRounded)
 
 TEST_F(VstBinding, TellsTheHostOfEditsWithinItsRange)
 {
-    Load();
-    CPluginWrapper& wrapper = *CFakeRenderer::newest.load()->HostWrapper();
-    for (const int index : {-1, 0, 155, 156, 157}) {
-        wrapper.BeginEdit(index);
-        wrapper.AutomateParameter(index, 0.5f);
-        wrapper.EndEdit(index);
-    }
-    EXPECT_EQ(journal.Take(), (Lines{"host 43 0 0", "automate 0 128.00", "host 44 0 0",
-                                     "host 43 155 0", "automate 155 128.00", "host 44 155 0"}));
+    const auto edit = [&](std::initializer_list<int> indices) {
+        Load();
+        CPluginWrapper& wrapper = *CFakeRenderer::newest.load()->HostWrapper();
+        for (const int index : indices) {
+            wrapper.BeginEdit(index);
+            wrapper.AutomateParameter(index, 0.5f);
+            wrapper.EndEdit(index);
+        }
+        Lines told = journal.Take();
+        host_.Close();
+        return told;
+    };
+    EXPECT_EQ(edit({-1, 0, 155, 156, 157}),
+              (Lines{"host 43 0 0", "automate 0 128.00", "host 44 0 0", "host 43 155 0",
+                     "automate 155 128.00", "host 44 155 0"}));
+    host_.product = "Ardour";
+    EXPECT_EQ(edit({0}), Lines{"automate 0 128.00"}) << "it would crash";
 }
 
 // --- Editor ---

@@ -178,7 +178,7 @@ VstIntPtr KELDRA_VST_CALL CFakeHost::Callback(AEffect* effect, VstInt32 opcode, 
         std::strcpy(static_cast<char*>(ptr), std::string(200, 'v').c_str());
         return 1;
     case audioMasterGetProductString:
-        std::strcpy(static_cast<char*>(ptr), "Fake");
+        std::strcpy(static_cast<char*>(ptr), host.product);
         return 1;
     case audioMasterGetTime:
         journal.Note("time " + std::to_string(value) + "?");

@@ -146,6 +146,7 @@ public:
 
     vst::AEffect* effect = nullptr;
     vst::VstInt32 version = 2400;
+    const char* product = "Fake";
     vst::VstTimeInfo time{};
     bool hasTime = false;
     std::function<void(vst::VstInt32 opcode)> onCallback; ///< before the answer

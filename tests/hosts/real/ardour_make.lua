@@ -1,5 +1,5 @@
--- ardour7-lua ardour_make.lua FOLDER NAME: a session with our module on a MIDI track, its sound set
--- by parameters. Prints the names that Ardour sees.
+-- ardour7-lua ardour_make.lua FOLDER NAME [TRACKS]: a session with our module on so many MIDI tracks,
+-- its sound set by parameters. Prints the names that Ardour sees.
 local session = create_session(arg[1], arg[2], 48000)
 local info = ARDOUR.LuaAPI.new_plugin_info("Keldra", ARDOUR.PluginType.LXVST)
 if info:isnil() then
@@ -7,7 +7,7 @@ if info:isnil() then
     os.exit(1)
 end
 local tracks = session:new_midi_track(ARDOUR.ChanCount(ARDOUR.DataType("midi"), 1),
-    ARDOUR.ChanCount(ARDOUR.DataType("audio"), 2), true, info, nil, nil, 1, "Keldra",
+    ARDOUR.ChanCount(ARDOUR.DataType("audio"), 2), true, info, nil, nil, tonumber(arg[3] or 1), "Keldra",
     ARDOUR.PresentationInfo.max_order, ARDOUR.TrackMode.Normal, true)
 for track in tracks:iter() do
     local processor = track:to_route():nth_plugin(0)

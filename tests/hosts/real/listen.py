@@ -71,3 +71,15 @@ class Findings:
         for at in (1.6, 3.6):
             level = recording.level(start + at, 0.3)
             self.expect(level < 0.001, f"{when}: {level:.5f} between and after the notes")
+
+    def expect_filter_closes(self, recording, when):
+        """That the second note is much duller than the first."""
+        start = recording.onset()
+        bright, dull = (recording.brightness(start + at) for at in (0.5, 2.7))
+        self.expect(dull < 0.5 * bright, f"{when}: the filter closes, {bright:.4f} to {dull:.4f}")
+
+    def expect_panel(self, shown, painted, when):
+        """That a window shows the panel, whole and in its place, maybe with a host's bar above."""
+        likeness = shown.likeness(painted)
+        self.expect(likeness > 0.999, f"{when}: {100 * likeness:.1f} % of the panel as painted, in "
+                                      f"{shown.width} x {shown.height}")

@@ -1,13 +1,26 @@
 """Where hosts play: a home of their own, a display, a sound server that waits for everybody, and
 hands on mouse and keys. Needs openbox, xdotool, imagemagick, xvfb, jackd2."""
+import base64
 import ctypes
+import fcntl
 import os
+import pathlib
 import re
 import shutil
 import signal
+import struct
 import subprocess
 import sys
+import tempfile
 import time
+import zlib
+
+
+# What hosts measure and turn on the panel: window pixels.
+CUTOFF = 18
+PANEL = 855, 521
+CUTOFF_KNOB = 500, 292
+ABOVE_THE_KEYBOARD = 390 # where sounding keys are red in a painted picture
 
 
 def need(*programs):
@@ -55,6 +68,40 @@ def default_state(module):
     return state
 
 
+def careful_state(module):
+    """The default state, but for what is lost most easily when a song comes back: the least value of a
+    semitone (plus one), values beyond 0 .. 1, a controller that is number 0, a name."""
+    state = bytearray(default_state(module))
+    for index, value in {17: 25 / 48, 75: 1.0, 76: 9.0, 78: 5.0, 81 + CUTOFF: 74.0,
+                         82 + CUTOFF: 0.0}.items():
+        struct.pack_into("<f", state, 4 + 4 * index, value)
+    return bytes(state[:628] + b"With Care".ljust(64, b"\0"))
+
+
+def cutoff_in(state):
+    return struct.unpack_from("<f", state, 4 + 4 * CUTOFF)[0]
+
+
+def without_cutoff(state):
+    return state[:4 + CUTOFF * 4] + state[8 + CUTOFF * 4:]
+
+
+def packed(state):
+    """As hosts that are made with Qt keep it in their files."""
+    return base64.b64encode(struct.pack(">I", len(state)) + zlib.compress(state)).decode()
+
+
+def unpacked(text):
+    return zlib.decompress(base64.b64decode(text)[4:])
+
+
+def painted(preview, module, state, folder):
+    """@return the panel as keldra_skin_preview paints it"""
+    (folder / "With Care.keldra").write_bytes(state)
+    run(preview, module.parent, folder / "painted.png", folder / "With Care.keldra")
+    return Picture(folder / "painted.png")
+
+
 class Picture:
     """A picture in a file, for comparing."""
     def __init__(self, path):
@@ -63,13 +110,16 @@ class Picture:
         size, self.pixels = re.fullmatch(rb"P6\s+(\d+\s+\d+)\s+255\s(.*)", ppm, re.DOTALL).groups()
         self.width, self.height = map(int, size.split())
 
-    def likeness(self, other, rows):
-        """@return how many pixels of the uppermost `rows` are the same, 0 .. 1"""
-        if (self.width, self.height) != (other.width, other.height):
+    def likeness(self, painted, rows=ABOVE_THE_KEYBOARD):
+        """@return how many pixels of the uppermost `rows` of `painted` are the same here, 0 .. 1, below
+        a host's bar above the panel"""
+        if self.width != painted.width:
             return 0.0
-        count = self.width * rows
-        return sum(self.pixels[3 * i:3 * i + 3] == other.pixels[3 * i:3 * i + 3]
-                   for i in range(count)) / count
+        def same(top, step):
+            first = 3 * self.width * top
+            return sum(self.pixels[first + i:first + i + 3] == painted.pixels[i:i + 3]
+                       for i in range(0, 3 * self.width * rows, step)) * step / 3 / self.width / rows
+        return same(max(range(self.height - painted.height + 1), key=lambda top: same(top, 999)), 3)
 
 
 class Stage:
@@ -77,10 +127,13 @@ class Stage:
     ends with it, and with this process."""
     def __init__(self, folder, env):
         self.folder, self.processes = folder, []
-        self.env = {**env, "JACK_DEFAULT_SERVER": f"stage{os.getpid()}",
-                    "JACK_NO_START_SERVER": "1", "LANG": "C.UTF-8"}
+        # One name for all: JACK remembers eight servers that didn't end well, and then starts no more.
+        self.env = {**env, "JACK_DEFAULT_SERVER": "keldra-stage", "JACK_NO_START_SERVER": "1",
+                    "LANG": "C.UTF-8"}
 
     def __enter__(self):
+        self.lock = open(pathlib.Path(tempfile.gettempdir()) / "keldra-stage.lock", "w")
+        fcntl.flock(self.lock, fcntl.LOCK_EX)
         number = self.folder / "display"
         with open(number, "w") as file:
             self.start("Xvfb", "Xvfb", "-displayfd", "1", "-nolisten", "tcp", "-screen", "0",
@@ -90,13 +143,14 @@ class Stage:
         self.start("openbox", "openbox")
         # Synchronous: a client that is late on a busy machine delays the cycle, and loses nothing.
         self.start("jackd", "jackd", "-n", self.env["JACK_DEFAULT_SERVER"], "-r", "-S", "-p", "64",
-                   "-t", "10000", "-d", "dummy", "-r", "48000", "-p", "1024")
+                   "-t", "5000", "-d", "dummy", "-r", "48000", "-p", "1024")
         self.wait("JACK", lambda: "system:playback_1" in self.ports())
         return self
 
     def __exit__(self, *_):
         for process in reversed(self.processes):
             self.end(process)
+        self.lock.close()
 
     def start(self, name, *command, stdout=None, **variables):
         log = open(self.folder / f"{name}.log", "a")
@@ -106,7 +160,7 @@ class Stage:
         self.processes.append(process)
         return process
 
-    def end(self, process, patience=10):
+    def end(self, process, patience=20):
         """@return its exit code, or None where it had to be killed"""
         if process.poll() is None:
             process.terminate()
@@ -134,25 +188,22 @@ class Stage:
     # --- Sound ---
 
     def ports(self):
-        return self.ask("jack_lsp").split()
+        return self.ask("jack_lsp").splitlines()
 
     def transport(self, *words):
         self.ask("jack_transport", text="\n".join((*words, "quit")) + "\n")
 
-    def play(self, wav, seconds, *ports, after=0.0, do=None):
-        """Plays from the song's start and records what comes out of these ports. After that much of
+    def record(self, wav, seconds, *ports, start, after=0.0, do=None):
+        """Records what comes out of these ports from before `start` is called on. After that much of
         it `do` is called."""
-        self.transport("stop", "locate 0")
-        time.sleep(0.5)
         recorder = self.start("jack_rec", "jack_rec", "-f", wav, "-d", seconds, "-b", 16, *ports)
         self.wait("recorder", lambda: any("jackrec" in port for port in self.ports()))
-        self.transport("play")
+        start()
         if do:
             size = 4 * 48000 * after
             self.wait("sound", lambda: wav.exists() and wav.stat().st_size > size)
             do()
         recorder.wait(10 * seconds)
-        self.transport("stop")
 
     # --- Windows ---
 
@@ -178,7 +229,8 @@ class Stage:
         self.ask("xdotool", "mousemove", "--window", window, x, y,
                  "click", "--repeat", times, "--delay", 60, 1)
 
-    def drag(self, window, x, y, dy, steps=14):
-        moves = [part for step in range(steps + 1) for part in
-                 ("mousemove", "--window", window, x, y + dy * step // steps, "sleep", 0.05)]
-        self.ask("xdotool", *moves[:5], "mousedown", 1, *moves[5:], "mouseup", 1)
+    def drag_down(self, window, x, y, steps, pixels=20):
+        """By relative moves: an endless drag puts the pointer back where it was after each."""
+        moves = ("sleep", 0.05, "mousemove_relative", 0, pixels) * steps
+        self.ask("xdotool", "mousemove", "--window", window, x, y, "sleep", 0.05,
+                 "mousedown", 1, *moves, "sleep", 0.1, "mouseup", 1)
