@@ -171,7 +171,7 @@ class Stage:
             process.wait()
             return None
 
-    def wait(self, what, condition, seconds=30.0):
+    def wait(self, what, condition, seconds=60.0):
         """@return what the condition answers, as soon as that is something"""
         end = time.time() + seconds
         while not (answer := condition()):
