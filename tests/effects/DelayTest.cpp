@@ -125,68 +125,6 @@ TEST(Delay, PutsEchoesOnSixteenthsAtEveryTempoAndRate)
     }
 }
 
-TEST(Delay, RepeatsAtTheGainsOfWetAndFeedback)
-{
-    constexpr double kRate = 48000.0;
-    struct Case {
-        float wet, feedback;
-        double wetGain, feedbackGain;
-    };
-    constexpr Case kCases[] = {
-        {1.0f, 0.5f, 1.0, 0.42}, {0.5f, 0.5f, 0.25, 0.42}, {0.5f, 0.0f, 0.25, 0.0},
-        {0.0f, 0.5f, 0.0, 0.42}, {1.0f, 0.9f, 1.0, 0.756},
-    };
-    for (const auto& [wet, feedback, wetGain, feedbackGain] : kCases) {
-        CDelay delay;
-        Prepare(delay, kRate, 120.0);
-        delay.SetTimeLeft(0.0f);
-        delay.SetTimeRight(0.0f);
-        delay.SetHighCut(0.4f); // little above its cut, where the stages' gain is close to 1
-        delay.SetWet(wet);
-        delay.SetFeedback(feedback);
-        delay.Reset();
-        const Sides echoes = EchoesOfBurst(delay, kRate, 0.5);
-        for (const auto& side : {echoes.left, echoes.right}) {
-            const double first = Find(side, kRate, 0.10, 0.15).gain;
-            const double second = Find(side, kRate, 0.23, 0.28).gain;
-            const double third = Find(side, kRate, 0.35, 0.42).gain;
-            if (wetGain == 0.0) {
-                EXPECT_LT(std::fabs(first) + std::fabs(second), 1e-6);
-                continue;
-            }
-            // Each pass of the loop has the gain of the stages, which the first echo shows.
-            const double pass = first / wetGain;
-            EXPECT_NEAR(pass, 0.9, 0.1);
-            EXPECT_NEAR(second / first, feedbackGain * pass, 0.03) << feedback;
-            EXPECT_NEAR(third / first, feedbackGain * pass * feedbackGain * pass, 0.03) << feedback;
-        }
-    }
-}
-
-TEST(Delay, StartsTheRightLapNearerToItsEndButKeepsBothEchoesALapOld)
-{
-    constexpr double kRate = 48000.0;
-    CDelay delay;
-    Prepare(delay, kRate, 120.0);
-    delay.SetTimeLeft(1.0f);
-    delay.SetTimeRight(1.0f);
-    delay.Reset();
-    // A sound that is there with the very first sample is all that a lap's beginning shows.
-    const Sides start = EchoesOf(delay, std::vector<float>(48000, 0.5f), kRate, 1.0);
-    const auto firstHeard = [](const std::vector<float>& echo) {
-        return std::find_if(echo.begin(), echo.end(),
-                            [](float sample) { return std::fabs(sample) > 1e-4f; }) -
-               echo.begin();
-    };
-    EXPECT_GE(firstHeard(start.left), 47990);
-    EXPECT_NEAR(static_cast<double>(firstHeard(start.right)), 0.3 * kRate, 20.0);
-
-    delay.Reset();
-    const Sides later = EchoesOfBurst(delay, kRate, 1.1);
-    EXPECT_NEAR(Find(later.left, kRate, 0.1, 1.05).delay / kRate, 1.0, 2e-4);
-    EXPECT_NEAR(Find(later.right, kRate, 0.1, 1.05).delay / kRate, 1.0, 2e-4);
-}
-
 TEST(Delay, GoesOnWithTheLastTempoWhileTheHostIsOutOfItsMind)
 {
     constexpr double kRate = 48000.0;
@@ -202,34 +140,6 @@ TEST(Delay, GoesOnWithTheLastTempoWhileTheHostIsOutOfItsMind)
     EchoesOfBurst(delay, kRate, 0.5); // glides
     const Sides echoes = EchoesOfBurst(delay, kRate, 0.2);
     EXPECT_NEAR(Find(echoes.left, kRate, 0.03, 0.18).delay / kRate, 0.0625, 2e-4);
-}
-
-TEST(Delay, IsCutByARealChangeOfItsSwitchOnly)
-{
-    constexpr double kRate = 48000.0;
-    struct Case {
-        const char* what;
-        std::vector<bool> switched;
-        bool echoes;
-    };
-    const Case kCases[] = {
-        {"nothing", {}, true},
-        {"on again and again", {true, true}, true},
-        {"off and on", {false, true}, false},
-        {"off", {false}, false},
-    };
-    for (const auto& [what, switched, echoes] : kCases) {
-        CDelay delay;
-        Prepare(delay, kRate, 120.0);
-        delay.SetTimeLeft(0.0f);
-        EchoesOfBurst(delay, kRate, 0.05);
-        for (const bool on : switched)
-            delay.SetEnabled(on);
-        Sides rest;
-        rest.left.assign(9600, 0.0f);
-        const Echo echo = Find(EchoesOf(delay, rest.left, kRate, 0.2).left, kRate, 0.02, 0.15);
-        EXPECT_EQ(std::isfinite(echo.gain) && echo.gain > 0.5, echoes) << what;
-    }
 }
 
 TEST(Delay, DiesAwayAtFullFeedbackWhateverTheCutsAndRate)
@@ -260,44 +170,6 @@ TEST(Delay, DiesAwayAtFullFeedbackWhateverTheCutsAndRate)
                 EXPECT_EQ(PeakOf(EchoesOf(delay, {}, rate, 0.1)), 0.0f);
             }
         }
-    }
-}
-
-TEST(Delay, HoldsTheLoopsGainBelowOneOnlyWhereItWouldBeMore)
-{
-    constexpr double kRate = 48000.0;
-    struct Case {
-        const char* what;
-        float feedback, lowCut, highCut;
-        double loudestHz, loopGain;
-    };
-    // Unheld, the stages' gain would be up to 4/3 each.
-    constexpr Case kCases[] = {
-        {"high cut at a quarter of the rate", 1.0f, 0.0f, 0.8946f, 400.0, 0.99},
-        {"the same, less feedback", 0.85f, 0.0f, 0.8946f, 400.0, 0.952},
-        {"both open", 1.0f, 0.0f, 1.0f, 400.0, 0.99},
-        {"cuts crossed: soft by itself", 1.0f, 0.7f, 0.2f, 800.0, 0.073},
-        {"a wide band", 1.0f, 0.5f, 0.8f, 1577.0, 0.99},
-        {"a narrower one", 1.0f, 0.6f, 0.6f, 1411.0, 0.703},
-    };
-    for (const auto& [what, feedback, lowCut, highCut, hz, loopGain] : kCases) {
-        CDelay delay;
-        Prepare(delay, kRate, 120.0);
-        delay.SetTimeLeft(3.0f / 7.0f);
-        delay.SetLowCut(lowCut);
-        delay.SetHighCut(highCut);
-        delay.SetFeedback(feedback);
-        delay.Reset();
-        Quiet(delay, kRate, 0.2);
-        // A tone fills a lap; what comes back of it after one lap and after two.
-        const auto lap = static_cast<std::size_t>(0.5 * kRate);
-        std::vector<float> tone = Tone(hz, kRate, static_cast<int>(lap));
-        const Sides echoes = EchoesOf(delay, tone, kRate, 1.5);
-        const auto within = [&, toneHz = hz](std::size_t from) {
-            return AmplitudeAt(std::span(echoes.left).subspan(from + lap / 4, lap / 2), toneHz,
-                               kRate);
-        };
-        EXPECT_NEAR(within(2 * lap) / within(lap), loopGain, 0.01) << what;
     }
 }
 

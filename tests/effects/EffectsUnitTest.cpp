@@ -64,6 +64,23 @@ struct Block {
     }
 };
 
+/// A block through a line, in stretches or sample by sample.
+void Send(CTapeDelay& line, std::span<const float> input, std::span<float> output, bool inStretches)
+{
+    for (std::size_t i = 0; i < input.size();) {
+        if (!inStretches) {
+            output[i] = line.Process(input[i]);
+            ++i;
+            continue;
+        }
+        const int n = std::min(line.StretchLimit(), static_cast<int>(input.size() - i));
+        line.Play(&output[i], n);
+        line.Filter(&output[i], n);
+        line.Record(&input[i], &output[i], n);
+        i += static_cast<std::size_t>(n);
+    }
+}
+
 } // namespace
 
 TEST(EffectsUnit, LiftsHighsByTenDecibelsAndLeavesLowsAlone)
@@ -251,19 +268,63 @@ TEST(EffectsUnit, StaysFiniteAndWithinItsTapesWhateverTheSettings)
     }
 }
 
-TEST(EffectsUnit, TakesLittleMemory)
+TEST(TapeDelay, PlaysToTheBitWhatTwoBuffersWouldHoweverTimeAndDepthJump)
 {
     struct Case {
-        double rate;
-        std::size_t most;
+        const char* what;
+        int length;
+        double startHead, modHz;
+        bool filtered, inStretches;
+        int samples;
     };
-    // 12 bytes for each of 2 x 2 seconds and 3 x about 20 ms
-    constexpr Case kCases[] = {{48000.0, 2400000}, {192000.0, 9500000}};
-    for (const auto& [rate, most] : kCases) {
-        EffectsUnit unit;
-        unit.SetSampleRate(rate);
-        EXPECT_LT(unit.MemoryBytes(), most);
-        EXPECT_GT(unit.MemoryBytes(), most * 9 / 10);
+    constexpr Case kCases[] = {
+        {"shorter than allowed", 3, 0.0, 5.0, false, true, 20000},
+        {"shortest", 5, 0.778, 5.0, true, true, 20000},
+        {"a first lap without a sample", 7, 0.95, 5.0, false, true, 20000},
+        {"a handful", 17, 0.467, 3000.0, false, true, 20000},
+        {"shorter than a stretch", 50, 0.7, 20000.0, true, true, 50000},
+        {"sample by sample", 176, 0.467, 5.0, true, false, 50000},
+        {"a chorus", 960, 0.778, 5.0, false, true, 200000},
+        {"an echo", 96000, 0.7, 1.0, true, true, 600000},
+    };
+    for (const auto& [what, length, startHead, modHz, filtered, inStretches, samples] : kCases) {
+        CTapeDelay line(length, startHead);
+        ScalarTapeDelay plain(length, startHead);
+        if (filtered) {
+            line.EnableLowPass();
+            line.EnableHighPass();
+            line.SetLowPass(5000.0f, 48000.0);
+            line.SetHighPass(100.0f, 48000.0);
+            plain.lowPass.enabled = plain.highPass.enabled = true;
+            plain.lowPass.Set(5000.0f, 1.0f, 48000.0);
+            plain.highPass.Set(100.0f, 1.0f, 48000.0);
+        }
+        line.SetFeedback(0.7f);
+        plain.SetFeedback(0.7f);
+        line.SetModRate(modHz, 48000.0);
+        plain.lfoIncrement = modHz / 48000.0;
+
+        CNoise noise;
+        int differences = 0;
+        for (int done = 0; done < samples;) {
+            const float time = noise.Between(0.0f, 1.0f);
+            const float depth = noise.Between(0.0f, 1.0f);
+            if (noise.Below(3) == 0) { // often, but long enough for a lap now and then
+                line.SetTime(time * time);
+                plain.SetTime(static_cast<double>(time * time));
+                line.SetDepth(depth);
+                plain.depth = depth;
+            }
+            std::vector<float> input(static_cast<std::size_t>(1 + noise.Below(400)));
+            for (float& sample : input)
+                sample = noise.Next();
+            std::vector<float> output(input.size());
+            Send(line, input, output, inStretches);
+            for (std::size_t i = 0; i < input.size(); ++i)
+                differences += plain.Process(input[i]) != output[i];
+            done += static_cast<int>(input.size());
+        }
+        EXPECT_EQ(differences, 0) << what;
     }
 }
 
