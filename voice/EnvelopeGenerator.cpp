@@ -1,7 +1,7 @@
 // A stage goes from one level to another while its position t goes from 0 to 1. What is left of the
 // way is (1 - t) 10^(kt): a straight line for curve 0; below 0 fast at first, with the end
 // approached smoothly.
-// Test: EnvelopeTest.cpp.
+// Test: KernelTest.cpp, through the voice.
 
 #include "voice/EnvelopeGenerator.h"
 

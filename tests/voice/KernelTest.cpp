@@ -155,12 +155,36 @@ constexpr PatchCase kPatches[] = {
          rig.patch.egDestination = kEgToWidthA;
      }},
     {"everything at 44.1 kHz", 44100.0, Everything},
-    {"everything at 48 kHz", 48000.0, Everything},
-    {"everything at 96 kHz", 96000.0, Everything},
     {"everything at 192 kHz", 192000.0, Everything},
+    {"tuned, bent, drifting, gliding octaves under the host's tables, decaying to nothing", 48000.0,
+     [](CVoiceRig& rig) {
+         rig.patch.masterTune = -3.3f;
+         rig.patch.bend = -0.5f;
+         rig.patch.bendRange = 7;
+         rig.patch.octaver = true;
+         rig.patch.unisonDetune = 1.2f;
+         rig.patch.unisonPan = 0.6f;
+         rig.patch.amp = {0.01f, 0.5f, 0.0f, 0.05f};
+         rig.Set(rig.patch.cutoff, 0.4f);
+         rig.lfo.shape = CVoiceLfo::kTriangle;
+         rig.lfo.rate = 4.0;
+         rig.Set(rig.patch.lfoAmount, 0.5f);
+         for (std::size_t key = 0; key < 128; ++key) {
+             const float place = static_cast<float>(key) / 127.0f;
+             rig.keys.pitchOffset[key] = 2.0f * place - 1.0f;
+             rig.keys.leftGain[key] = place;
+             rig.keys.rightGain[key] = 2.0f - place;
+             rig.keys.cutoffOffset[key] = 0.2f * place - 0.1f;
+             rig.keys.resonanceOffset[key] = place;
+         }
+         for (int voice = 0; voice < 6; ++voice) {
+             rig.Voice(voice).drift = rig.Twin(voice).drift = 0.05f * static_cast<float>(voice);
+             rig.Voice(voice).glideRate = rig.Twin(voice).glideRate = 0.0001f;
+         }
+     }},
 };
 
-/// A second and a half of six voices: five notes, one more on a voice that was freed, releases.
+/// Six voices: five notes, two more on voices that sound, one on a voice that was freed, releases.
 template <class RenderBlocks>
 StereoSound PlayPiece(CVoiceRig& rig, RenderBlocks&& render)
 {
@@ -178,16 +202,17 @@ StereoSound PlayPiece(CVoiceRig& rig, RenderBlocks&& render)
         piece.left.insert(piece.left.end(), part.left.begin(), part.left.end());
         piece.right.insert(piece.right.end(), part.right.begin(), part.right.end());
     };
-    goOn(0.5);
+    goOn(0.25);
     rig.Release(1);
     rig.Release(3);
-    goOn(0.3); // both end in between
+    goOn(0.15); // both end in between
     rig.Start(1, 72, 0.7f);
-    rig.Start(4, 40, 0.9f); // while it sounds
-    goOn(0.4);
+    rig.Start(0, 45, 0.5f); // while they sound
+    rig.Start(4, 40, 0.9f);
+    goOn(0.2);
     for (const int voice : {0, 1, 2})
         rig.Release(voice);
-    goOn(0.3);
+    goOn(0.15);
     return piece;
 }
 

@@ -4,7 +4,8 @@
 #include <limits>
 
 #include "tests/voice/VoiceRig.h"
-#include "voice/VoiceRender.h"
+#include "voice/EnvelopeGenerator.h"
+#include "voice/VoiceLfo.h"
 
 namespace keldra {
 
@@ -12,260 +13,46 @@ namespace {
 
 constexpr int kTestKey = 57; // 220 Hz
 
-/// The left channel of a voice that has settled: its second half second, or so.
-std::vector<float> Settled(CVoiceRig& rig, double seconds = 0.5)
+/// Of 55 Hz, key 33.
+double Harmonic(CVoiceRig& rig, int number)
 {
-    rig.Render(rig.Samples(0.5));
-    return rig.Render(rig.Samples(seconds)).left;
+    rig.Start(0, 33, 0.5f);
+    rig.Render(rig.Samples(0.2));
+    const std::vector<float> sound = rig.Render(rig.Samples(10.0 / 55.0)).left;
+    return AmplitudeAt(sound, number * 55.0, rig.InternalRate());
 }
 
-double Midpoint(const std::vector<float>& sound)
+/// A knob position that puts the cutoff there.
+float KnobFor(double cutoffHz)
 {
-    const auto [low, high] = std::minmax_element(sound.begin(), sound.end());
-    return (static_cast<double>(*low) + *high) / 2.0;
+    return static_cast<float>((std::log2(cutoffHz) - 6.0) / 10.0 / 1.1);
 }
 
-struct Row {
-    const char* what;
-    void (*arrange)(CVoiceRig&);
-    double expected;
-};
-
-void HearB(CVoiceRig& rig)
+double GainDb(int mode, double cutoffHz, int harmonic)
 {
-    rig.Set(rig.patch.oscBalance, 1.0f);
+    CVoiceRig open(44100.0);
+    const double whole = Harmonic(open, harmonic);
+    CVoiceRig rig(44100.0);
+    rig.patch.filterMode = mode;
+    rig.Set(rig.patch.cutoff, KnobFor(cutoffHz));
+    return Decibels(Harmonic(rig, harmonic) / whole);
 }
 
-/// An LFO that stands still at 1.
-void HoldLfo(CVoiceRig& rig, int destination, float amount)
+/// How often an LFO's values, one a millisecond, rise through their middle.
+int RisesOf(CVoiceLfo& lfo, double seconds, double tempo)
 {
-    rig.lfo.shape = CVoiceLfo::kPulse;
-    rig.lfo.rate = 0.0;
-    rig.patch.lfoDestination = destination;
-    rig.Set(rig.patch.lfoAmount, amount);
-}
-
-/// A modulation envelope that stands still at 1, half a second after the start.
-void HoldEnvelope(CVoiceRig& rig, int destination, float amount)
-{
-    rig.patch.eg = {0.001f, 0.1f, 1.0f, 0.1f};
-    rig.patch.egDestination = destination;
-    rig.Set(rig.patch.egAmount, amount);
-}
-
-void HoldWheel(CVoiceRig& rig, int destination, float amount, float wheel = 1.0f)
-{
-    rig.patch.modWheelDestination = destination;
-    rig.Set(rig.patch.modWheelAmount, amount);
-    rig.patch.modWheel = wheel;
-}
-
-void PlaceInUnison(CVoiceRig& rig, int index, int count)
-{
-    rig.Voice(0).unisonIndex = static_cast<std::int8_t>(index);
-    rig.Voice(0).unisonCount = static_cast<std::int8_t>(count);
+    std::vector<float> values;
+    for (int i = 0; i < std::lround(seconds * 1000.0); ++i)
+        values.push_back(lfo.Process(48000.0, tempo, 48));
+    const auto [low, high] = std::minmax_element(values.begin(), values.end());
+    const float middle = (*low + *high) / 2.0f;
+    int rises = 0;
+    for (std::size_t i = 1; i < values.size(); ++i)
+        rises += values[i - 1] < middle && values[i] >= middle;
+    return rises;
 }
 
 } // namespace
-
-TEST(Voice, SoundsAtThePitchThatEverythingAddsUpTo)
-{
-    constexpr Row kRows[] = {
-        {"note 57", [](CVoiceRig&) {}, 220.0},
-        {"tuned an octave and a half down", [](CVoiceRig& r) { r.patch.masterTune = -18; }, 77.78},
-        {"bent half way", [](CVoiceRig& r) { r.patch.bend = -0.5f, r.patch.bendRange = 2; },
-         207.65},
-        {"drifted", [](CVoiceRig& r) { r.Voice(0).drift = -0.5f; }, 213.74},
-        {"offset by the host", [](CVoiceRig& r) { r.keys.pitchOffset[kTestKey] = 7; }, 329.63},
-        {"octaver, alone", [](CVoiceRig& r) { r.patch.octaver = true; }, 220.0},
-        {"octaver, second of two",
-         [](CVoiceRig& r) {
-             r.patch.octaver = true, r.patch.unisonDetune = 0, PlaceInUnison(r, 1, 2);
-         },
-         440.0},
-        {"first of two in unison",
-         [](CVoiceRig& r) { r.patch.unisonDetune = 2, PlaceInUnison(r, 0, 2); }, 207.65},
-        {"fourth of five in unison",
-         [](CVoiceRig& r) { r.patch.unisonDetune = 2, PlaceInUnison(r, 3, 5); }, 226.45},
-        {"oscillator B",
-         [](CVoiceRig& r) {
-             HearB(r), r.patch.pitchBSemitones = 7, r.patch.detuneBSemitones = 0.5f;
-         },
-         339.29},
-        {"EG to A, whole semitones", [](CVoiceRig& r) { HoldEnvelope(r, kEgToPitchA, 0.33f); },
-         329.63},
-        {"EG to A, downwards", [](CVoiceRig& r) { HoldEnvelope(r, kEgToPitchA, -0.5f); }, 110.0},
-        {"EG to A doesn't move B",
-         [](CVoiceRig& r) { HearB(r), HoldEnvelope(r, kEgToPitchA, 0.5f); }, 220.0},
-        {"EG to A and B moves B",
-         [](CVoiceRig& r) { HearB(r), HoldEnvelope(r, kEgToPitchAB, 0.5f); }, 440.0},
-        {"LFO to A, by the fourth power", [](CVoiceRig& r) { HoldLfo(r, kLfoToPitchA, 0.5f); },
-         239.91},
-        {"LFO to A, downwards", [](CVoiceRig& r) { HoldLfo(r, kLfoToPitchA, -0.5f); }, 201.74},
-        {"LFO to A and B moves B", [](CVoiceRig& r) { HearB(r), HoldLfo(r, kLfoToPitchAB, 1.0f); },
-         880.0},
-        {"wheel to A, by the third power",
-         [](CVoiceRig& r) { HoldWheel(r, kWheelToPitchA, -0.5f); }, 184.997},
-        {"wheel as LFO depth",
-         [](CVoiceRig& r) {
-             HoldLfo(r, kLfoToPitchA, 1.0f);
-             HoldWheel(r, kWheelToLfoDepth, 0.5f, 0.5f);
-         },
-         311.13},
-        {"wheel at rest silences the LFO",
-         [](CVoiceRig& r) {
-             HoldLfo(r, kLfoToPitchA, 1.0f);
-             HoldWheel(r, kWheelToLfoDepth, 1.0f, 0.0f);
-         },
-         220.0},
-        {"held at half the internal rate",
-         [](CVoiceRig& r) {
-             r.patch.masterTune = 130;
-             r.patch.filterMode = kHighPass; // the others have no gain there
-         },
-         176400.0},
-    };
-    for (const auto& [what, arrange, hz] : kRows) {
-        CVoiceRig rig(44100.0);
-        arrange(rig);
-        rig.Start(0, kTestKey);
-        EXPECT_NEAR(FrequencyOf(Settled(rig), rig.InternalRate()), hz, hz * 1e-4) << what;
-    }
-}
-
-TEST(Voice, HasPulsesFromOnePercentToASquare)
-{
-    constexpr Row kRows[] = {
-        {"width 0", [](CVoiceRig&) {}, 0.01},
-        {"width 1", [](CVoiceRig& r) { r.Set(r.patch.pulseWidthA, 1.0f); }, 0.5},
-        {"half", [](CVoiceRig& r) { r.Set(r.patch.pulseWidthA, 0.5f); }, 0.255},
-        {"B", [](CVoiceRig& r) { HearB(r), r.Set(r.patch.pulseWidthB, 0.8f); }, 0.402},
-        {"EG, beyond the limit", [](CVoiceRig& r) { HoldEnvelope(r, kEgToWidthA, -0.7f); }, 0.01},
-        {"EG to A and B moves B",
-         [](CVoiceRig& r) { HearB(r), HoldEnvelope(r, kEgToWidthAB, 0.5f); }, 0.255},
-        {"LFO and wheel add up",
-         [](CVoiceRig& r) {
-             HoldLfo(r, kLfoToWidthA, 0.25f);
-             HoldWheel(r, kWheelToWidthA, 0.5f, 0.5f);
-         },
-         0.255},
-        {"wheel to A and B moves B",
-         [](CVoiceRig& r) { HearB(r), HoldWheel(r, kWheelToWidthAB, 0.5f); }, 0.255},
-    };
-    for (const auto& [what, arrange, high] : kRows) {
-        CVoiceRig rig(44100.0);
-        rig.patch.shapeA = rig.patch.shapeB = 1.0f;
-        arrange(rig);
-        rig.Start(0, 33);
-        const std::vector<float> sound = Settled(rig, 20.0 / 55.0);
-        const double middle = Midpoint(sound);
-        const auto above =
-            std::count_if(sound.begin(), sound.end(), [middle](float x) { return x > middle; });
-        EXPECT_NEAR(static_cast<double>(above) / static_cast<double>(sound.size()), high, 0.003)
-            << what;
-    }
-}
-
-TEST(Voice, MixesSyncsAndRingsItsOscillators)
-{
-    struct Part {
-        const char* what;
-        void (*arrange)(CVoiceRig&);
-        double hz;
-        bool heard;
-    };
-    // A at 330 Hz, B at 220 Hz
-    constexpr Part kParts[] = {
-        {"A alone: A", [](CVoiceRig&) {}, 330.0, true},
-        {"A alone: no B", [](CVoiceRig&) {}, 220.0, false},
-        {"B alone: B", HearB, 220.0, true},
-        {"B alone: no A", HearB, 330.0, false},
-        {"synced: A in B's period", [](CVoiceRig& r) { r.patch.sync = true; }, 220.0, true},
-        {"synced: nothing at A's own", [](CVoiceRig& r) { r.patch.sync = true; }, 330.0, false},
-        {"ring: the difference", [](CVoiceRig& r) { r.patch.ring = true; }, 110.0, true},
-        {"ring: the sum", [](CVoiceRig& r) { r.patch.ring = true; }, 550.0, true},
-        {"no ring: no sum", [](CVoiceRig&) {}, 550.0, false},
-        {"noise alone: no tone", [](CVoiceRig& r) { r.Set(r.patch.noiseBalance, 1.0f); }, 330.0,
-         false},
-    };
-    for (const auto& [what, arrange, hz, heard] : kParts) {
-        CVoiceRig rig(44100.0);
-        arrange(rig);
-        rig.patch.pitchBSemitones = -7.01955f; // a just fifth: periods that fit the stretch
-        rig.Start(0, 64);
-        rig.keys.pitchOffset[64] = 0.01955f;
-        const std::vector<float> sound = Settled(rig);
-        const double level = Decibels(AmplitudeAt(sound, hz, rig.InternalRate()) / Rms(sound));
-        if (heard)
-            EXPECT_GT(level, -20.0) << what;
-        else
-            EXPECT_LT(level, -30.0) << what;
-    }
-}
-
-TEST(Voice, StandsWhereUnisonPanAndHostPutIt)
-{
-    struct Place {
-        const char* what;
-        void (*arrange)(CVoiceRig&);
-        double left, right; ///< relative to a voice in the middle
-    };
-    constexpr Place kPlaces[] = {
-        {"in the middle", [](CVoiceRig&) {}, 1.0, 1.0},
-        {"first of three, spread",
-         [](CVoiceRig& r) { r.patch.unisonPan = 1.0f, PlaceInUnison(r, 0, 3); }, 0.0, 1.0},
-        {"third of three, half spread",
-         [](CVoiceRig& r) { r.patch.unisonPan = 0.5f, PlaceInUnison(r, 2, 3); }, 1.0, 0.5},
-        {"LFO to the left", [](CVoiceRig& r) { HoldLfo(r, kLfoToPan, 1.0f); }, 2.0, 0.0},
-        {"LFO half to the right", [](CVoiceRig& r) { HoldLfo(r, kLfoToPan, -0.5f); }, 0.5, 1.5},
-        {"gains of the host",
-         [](CVoiceRig& r) { r.keys.leftGain[kTestKey] = 0.25f, r.keys.rightGain[kTestKey] = 2.0f; },
-         0.25, 2.0},
-        {"soft", [](CVoiceRig& r) { r.Voice(0).velocity = 0.5f; }, 0.5, 0.5},
-    };
-    const auto levels = [](CVoiceRig& rig) {
-        rig.Start(0, kTestKey, rig.Voice(0).velocity);
-        rig.Render(rig.Samples(0.3));
-        const StereoSound sound = rig.Render(rig.Samples(0.1));
-        return std::pair(Rms(sound.left), Rms(sound.right));
-    };
-    CVoiceRig middleRig(44100.0);
-    middleRig.Voice(0).velocity = 1.0f;
-    const auto middle = levels(middleRig);
-    for (const auto& [what, arrange, left, right] : kPlaces) {
-        CVoiceRig rig(44100.0);
-        rig.Voice(0).velocity = 1.0f;
-        rig.patch.unisonDetune = 0.0f;
-        arrange(rig);
-        const auto here = levels(rig);
-        EXPECT_NEAR(here.first / middle.first, left, 0.002) << what;
-        EXPECT_NEAR(here.second / middle.second, right, 0.002) << what;
-    }
-}
-
-TEST(Voice, GlidesToItsNoteAndNoFurther)
-{
-    constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
-    struct Glide {
-        const char* what;
-        float from, rate, afterThousand, inTheEnd;
-    };
-    constexpr Glide kGlides[] = {
-        {"up", 48.0f, 0.001f, 49.0f, 60.0f},      {"down", 72.0f, 0.001f, 71.0f, 60.0f},
-        {"at once", 72.0f, 99.0f, 60.0f, 60.0f},  {"there already", 60.0f, 0.5f, 60.0f, 60.0f},
-        {"no number", 72.0f, kNan, 60.0f, 60.0f}, {"from nowhere", kNan, 0.001f, 60.0f, 60.0f},
-    };
-    for (const auto& [what, from, rate, afterThousand, inTheEnd] : kGlides) {
-        CVoiceRig rig(44100.0);
-        rig.Start(0, 60);
-        rig.Voice(0).glidePitch = from;
-        rig.Voice(0).glideRate = rate;
-        rig.Render(1000, 500);
-        EXPECT_NEAR(rig.Voice(0).glidePitch, afterThousand, 0.001f) << what;
-        rig.Render(30000);
-        EXPECT_EQ(rig.Voice(0).glidePitch, inTheEnd) << what;
-    }
-}
 
 TEST(Voice, FreesItselfAfterItsReleaseAndIsSilentFromThenOn)
 {
@@ -368,6 +155,106 @@ TEST(Voice, SoundsAgainAsSoonAsValuesAreSane)
         const double after = Rms(rig.Render(8192).left);
         EXPECT_NEAR(Decibels(after / before), 0.0, 3.0) << what;
     }
+}
+
+// Measured through the voice: a saw has all harmonics, and without resonance what enters the ladder
+// doesn't depend on the cutoff, so its gain is the ratio of a harmonic to the same with it open.
+TEST(Filter, HasFourPolesInEachOfItsModes)
+{
+    struct Case {
+        const char* what;
+        int mode;
+        double cutoffHz;
+        int harmonic; ///< of 55 Hz
+        double gainDb;
+    };
+    // Each stage's corner is at 0.573 of the cutoff.
+    constexpr Case kCases[] = {
+        {"low-pass, far below", kLowPass, 8192.0, 2, 0.0},
+        {"low-pass at the corner", kLowPass, 960.0, 10, -12.0},
+        {"low-pass, an octave above it", kLowPass, 960.0, 20, -28.0},
+        {"low-pass, three octaves above it", kLowPass, 960.0, 80, -71.8},
+        {"band-pass, three octaves below", kBandPass, 7680.0, 10, -8.8},
+        {"band-pass at its peak", kBandPass, 1662.0, 10, -0.3},
+        {"band-pass, two octaves above the corner", kBandPass, 960.0, 40, -27.6},
+        {"high-pass, two octaves below the corner", kHighPass, 3840.0, 10, -0.6},
+        {"high-pass, far above", kHighPass, 240.0, 40, 0.0},
+        {"high-pass, far below", kHighPass, 15360.0, 2, -26.1},
+    };
+    for (const auto& [what, mode, cutoffHz, harmonic, gainDb] : kCases)
+        EXPECT_NEAR(GainDb(mode, cutoffHz, harmonic), gainDb, 0.7) << what;
+}
+
+TEST(Filter, OscillatesByItselfAtFullResonanceOnly)
+{
+    struct Case {
+        double hostRate, cutoffHz;
+    };
+    constexpr Case kCases[] = {{44100.0, 512.0}, {22050.0, 300.0}, {96000.0, 1024.0}};
+    for (const auto& [hostRate, cutoffHz] : kCases) {
+        const auto spread = [&, hostRate = hostRate, cutoffHz = cutoffHz](float resonance) {
+            CVoiceRig rig(hostRate);
+            rig.Set(rig.patch.noiseBalance, 1.0f); // something to begin with
+            rig.Set(rig.patch.cutoff, KnobFor(cutoffHz));
+            rig.patch.resonance = resonance;
+            rig.Start(0, 60);
+            rig.Render(rig.Samples(0.5));
+            const std::vector<float> sound = rig.Render(rig.Samples(1.0)).left;
+            const double hz = FrequencyOf(sound, rig.InternalRate());
+            return std::pair(hz, Decibels(AmplitudeAt(sound, hz, rig.InternalRate()) / Rms(sound)));
+        };
+        const auto [hz, tone] = spread(1.0f);
+        EXPECT_NEAR(hz / cutoffHz, 0.57, 0.06);
+        EXPECT_GT(tone, 0.0);
+        EXPECT_LT(spread(0.1f).second, -10.0);
+    }
+}
+
+TEST(Lfo, RunsAtItsRateOrInTimeWithTheHost)
+{
+    struct Case {
+        const char* what;
+        double hz, sixteenths, tempo;
+        int cyclesInTenSeconds;
+    };
+    constexpr double kTempo = 120.0;
+    constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+    constexpr Case kCases[] = {
+        {"free", 3.0, -1.0, kTempo, 30},           {"slow", 0.3, 0.0, kTempo, 3},
+        {"never backwards", -5.0, 0.0, kTempo, 0}, {"a beat", 7.0, 4.0, kTempo, 20},
+        {"four bars", 7.0, 64.0, 240.0, 3},        {"no tempo", 7.0, 4.0, kNan, 0},
+    };
+    for (const auto& [what, hz, sixteenths, tempo, cycles] : kCases) {
+        CVoiceLfo lfo;
+        lfo.SetRate(hz);
+        lfo.SetSync(sixteenths);
+        lfo.SetShape(CVoiceLfo::kSine);
+        EXPECT_NEAR(RisesOf(lfo, 10.0, tempo), cycles, cycles > 0 ? 1 : 0) << what;
+        lfo.SetSync(0.0);
+        lfo.SetRate(10.0);
+        EXPECT_NEAR(RisesOf(lfo, 1.0, kTempo), 10, 1) << what; // no trace of it
+    }
+}
+
+TEST(Envelope, TakesAMillisecondAtLeastAndOutlivesNonsense)
+{
+    using Shape = CEnvelopeGenerator::Shape;
+    constexpr double kRate = 48000.0;
+    constexpr double kNan = std::numeric_limits<double>::quiet_NaN();
+    for (const double seconds : {0.0, -1.0, 0.0005, kNan}) {
+        CEnvelopeGenerator envelope;
+        envelope.Trigger(Shape{seconds, 0.1, 1.0, 0.1, 0.0, 0.0, 0.0}, kRate, 1.0);
+        EXPECT_NEAR(envelope.Process(24), 0.5f, 0.01f) << seconds;
+        EXPECT_NEAR(envelope.Process(24), 1.0f, 0.01f) << seconds;
+    }
+    CEnvelopeGenerator envelope;
+    envelope.Trigger(Shape{0.1, kNan, kNan, 0.1, 0.0, kNan, 0.0}, kNan, kNan);
+    for (int i = 0; i < 100; ++i)
+        EXPECT_TRUE(std::isfinite(envelope.Process(8)));
+    envelope.BeginRelease();
+    for (int i = 0; i < 1200; ++i)
+        envelope.Process(8);
+    EXPECT_TRUE(envelope.IsFinished());
 }
 
 } // namespace keldra

@@ -1,6 +1,6 @@
 // What voices work out once a block, side by side: increments from pitches, coefficients from
 // filter knobs, straight lines to new levels.
-// Test: VoiceTest.cpp and FilterTest.cpp by what is heard, KernelTest.cpp to the last bits.
+// Test: KernelTest.cpp, to the last bits.
 
 #pragma once
 
