@@ -2,7 +2,7 @@
 #include <string>
 
 #include "hosts/native/DNWrapper.h"
-#include "tests/native/NativeFakes.h"
+#include "tests/hosts/PluginFakes.h"
 #include "tests/native/NativeHost.h"
 #include "tests/native/ScriptedStream.h"
 
@@ -27,7 +27,7 @@ class NativeState : public testing::Test {
 protected:
     NativeState()
     {
-        Definition().behaviour = {};
+        Definition().behaviour = {.countsFrames = true};
         EXPECT_TRUE(host_.Load(Entry));
         host_.onCall = [](const std::string& line) { journal.Note(line); };
         (void)journal.Take();
@@ -148,19 +148,6 @@ TEST_F(NativeState, LivesWithStreamsThatMisbehave)
     EXPECT_EQ(journal.Take().size(), 149u);
     host_.Call(3, static_cast<void*>(nullptr), std::int32_t{0});
     host_.Call(3, static_cast<void*>(nullptr), std::int32_t{1});
-}
-
-TEST_F(NativeState, HasNothingToSaveOrLoadWithoutAnEngine)
-{
-    const std::string saved = Saved();
-    host_.Close();
-    Definition().behaviour.hasRenderer = false;
-    ASSERT_TRUE(host_.Load(Entry));
-    (void)journal.Take();
-    EXPECT_EQ(Saved(), Header(0));
-    CScriptedStream stream(saved);
-    Transfer(stream, false);
-    EXPECT_EQ(journal.Take(), Lines{});
 }
 
 } // namespace keldra::test

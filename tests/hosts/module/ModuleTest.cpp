@@ -152,53 +152,6 @@ TEST(Module, WorksWithoutADisplayAndLeavesNothingWhenItIsUnloaded)
     EXPECT_EQ(NamesIn("/proc/self/task"), threads);
 }
 
-TEST(Module, PlaysFromTheVeryFrameOfANoteAndIsSilentAfterIt)
-{
-    const auto host = MakeInstance();
-    ASSERT_NE(host, nullptr);
-    EXPECT_EQ(host->EffectName(), "Keldra");
-    host->Start(44100.0, kBlock);
-    EXPECT_EQ(Render(*host, 4), 0.0f);
-
-    Play(*host, 0x90, 60, 100);
-    std::array<float, kBlock> left, right;
-    float* outputs[] = {left.data(), right.data()};
-    host->Render(outputs, kBlock);
-    const auto sounds = [](float sample) { return sample != 0.0f; };
-    EXPECT_EQ(std::find_if(left.begin(), left.begin() + 100, sounds), left.begin() + 100);
-    EXPECT_NE(std::find_if(left.begin() + 100, left.end(), sounds), left.end());
-    EXPECT_GT(Render(*host, 20), 0.001f);
-
-    Play(*host, 0x80, 60);
-    Render(*host, 400);
-    EXPECT_LT(Render(*host, 4), 1e-5f);
-
-    Play(*host, 0x90, 60);
-    Render(*host, 4);
-    host->Stop();
-    host->Start(96000.0, kBlock);
-    EXPECT_LT(Render(*host, 4), 1e-5f) << "a suspended note doesn't come back";
-}
-
-TEST(Module, SurvivesAnyRateTempoAndPositionAndPlaysOnAfterThem)
-{
-    const auto host = MakeInstance();
-    ASSERT_NE(host, nullptr);
-    for (const int index : {31, 39, 47, 69}) // delay, chorus, gate and arpeggiator run
-        host->SetParameter(index, 0.5f);
-    for (const double hz :
-         {double{INFINITY}, double{NAN}, -1.0, 0.0, 1e-40, 1e-3, 1.0, 1e9, 1e38, 44100.0}) {
-        host->Start(hz, kBlock);
-        for (const double tempo : {-1.0, 0.0, double{NAN}, 1e-300, 120.0, 1e300})
-            for (const double position : {double{NAN}, -1e300, 0.0, 1e15, 1e300}) {
-                host->SetTransport({true, true, tempo, position});
-                Play(*host, 0x90, 60);
-                EXPECT_LT(Render(*host, 1), 100.0f) << hz << " " << tempo << " " << position;
-            }
-    }
-    EXPECT_GT(Render(*host, 20), 0.001f);
-}
-
 TEST(Module, RestoresItsStateAlsoUnderALocaleWithDecimalCommas)
 {
     namespace fs = std::filesystem;

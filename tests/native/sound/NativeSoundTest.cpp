@@ -8,29 +8,17 @@
 #include "frame/PluginInstance.h"
 #include "hosts/native/DNWrapper.h"
 #include "hosts/vst/VSTWrapper.h"
-#include "tests/effects/Listening.h"
 #include "tests/engine/SynthRig.h"
 #include "tests/native/NativeHost.h"
 
-// The real engine, played by a native host whose voices move while they sound, and held against the
-// same notes through the other binding.
+// The real engine, played by a native host, and held against the same notes through the other
+// binding.
 
 namespace keldra::test {
 
 namespace {
 
-constexpr double kRate = 44100.0; // both bindings' until a host says otherwise
-constexpr int kBlock = 500;       // no multiple of the engine's own
-
-double Decibels(double gain)
-{
-    return 20.0 * std::log10(gain);
-}
-
-double Cents(double hz, double fromHz)
-{
-    return 1200.0 * std::log2(hz / fromHz);
-}
+constexpr int kBlock = 500; // no multiple of the engine's own
 
 double Loudness(std::span<const float> sound)
 {
@@ -186,108 +174,6 @@ TEST(NativeSound, IsTheOtherBindingsSampleForSampleWhenVoicesKeepStill)
     EXPECT_EQ(ours.right, theirs.right);
 }
 
-TEST(NativeSound, FollowsEachVoicesOwnSlides)
-{
-    CNativePlayer player;
-    player.Set(kFilterCutoff, 128); // a saw whose edges are soft
-    ScriptedVoice left = PlainVoice(69);
-    ScriptedVoice right = PlainVoice(81);
-    left.pan = -1.0f;
-    right.pan = 1.0f;
-    player.host.Start(left);
-    player.host.Start(right);
-    player.Render(20); // attacks and smoothing are over
-    const Stereo before = player.Render(10);
-    const double leftHz = PitchOf(before.left, kRate);
-    const double rightHz = PitchOf(before.right, kRate);
-    EXPECT_NEAR(Cents(leftHz, 440.0), 0.0, 4.0);
-    EXPECT_NEAR(Cents(rightHz, 880.0), 0.0, 4.0);
-    // One goes up while the other goes down and becomes softer.
-    for (const int step : {1, 2, 5, 9, 12}) {
-        const auto cents = 100.0f * static_cast<float>(step);
-        left.pitch = 900.0f + cents;
-        right.pitch = 2100.0f - cents;
-        right.volume = std::pow(10.0f, -static_cast<float>(step) / 20.0f);
-        player.Render(5);
-        const Stereo now = player.Render(10);
-        EXPECT_NEAR(Cents(PitchOf(now.left, kRate), leftHz), 100.0 * step, 1.0);
-        EXPECT_NEAR(Cents(PitchOf(now.right, kRate), rightHz), -100.0 * step, 1.0);
-    }
-}
-
-TEST(NativeSound, PansAndFadesAsTheHostsMixerWould)
-{
-    CNativePlayer player;
-    ScriptedVoice voice = PlainVoice(57);
-    player.host.Start(voice);
-    player.Render(20);
-    const Stereo middle = player.Render(10);
-    struct Case {
-        float pan, volume;
-        double leftDb, rightDb; ///< from what it was in the middle
-    };
-    constexpr Case kCases[] = {{0.5f, 1.0f, -6.02, 0.0},
-                               {-0.9f, 1.0f, 0.0, -20.0},
-                               {0.0f, 0.25f, -12.04, -12.04},
-                               {-0.5f, 2.0f, 6.02, 0.0},
-                               {0.0f, 1.0f, 0.0, 0.0}};
-    for (const auto& [pan, volume, leftDb, rightDb] : kCases) {
-        voice.pan = pan;
-        voice.volume = volume;
-        player.Render(10);
-        const Stereo now = player.Render(10);
-        EXPECT_NEAR(Decibels(Loudness(now.left) / Loudness(middle.left)), leftDb, 0.1) << pan;
-        EXPECT_NEAR(Decibels(Loudness(now.right) / Loudness(middle.right)), rightDb, 0.1) << pan;
-    }
-}
-
-TEST(NativeSound, OpensTheFilterOfAVoiceAsTheParametersWould)
-{
-    struct Case {
-        const char* what;
-        int cutoff, resonance; ///< parameters of the native instance, of 256
-        float cutoffOffset, resonanceOffset;
-        int sameCutoff, sameResonance; ///< parameters alone that sound like that
-    };
-    // The whole range of the cutoff knob is 1.1 of the scale.
-    constexpr Case kCases[] = {{"brighter", 64, 0, 0.275f, 0.0f, 128, 0},
-                               {"darker", 160, 0, -0.275f, 0.0f, 96, 0},
-                               {"sharper", 96, 64, 0.0f, 0.5f, 96, 192},
-                               {"both", 64, 192, 0.1375f, -0.375f, 96, 96}};
-    constexpr double kHz = 220.0;
-    for (const auto& [what, cutoff, resonance, cutoffOffset, resonanceOffset, sameCutoff,
-                      sameResonance] : kCases) {
-        CNativePlayer native;
-        native.Set(kFilterCutoff, cutoff);
-        native.Set(kFilterResonance, resonance);
-        ScriptedVoice voice = PlainVoice(57);
-        native.host.Start(voice);
-        native.Render(30);
-        const Stereo before = native.Render(10);
-        voice.cutoffOffset = cutoffOffset;
-        voice.resonanceOffset = resonanceOffset;
-        native.Render(10);
-        const Stereo ours = native.Render(10);
-
-        CVstPlayer other;
-        other.Set(kFilterCutoff, sameCutoff);
-        other.Set(kFilterResonance, sameResonance);
-        other.Midi(0x90, 57, 100);
-        other.Render(40);
-        const Stereo theirs = other.Render(10);
-
-        double moved = 0.0;
-        for (const int harmonic : {1, 2, 3, 5, 8, 12}) {
-            const auto level = [=](const Stereo& sound) {
-                return Decibels(AmplitudeAt(sound.left, harmonic * kHz, kRate) + 1e-6);
-            };
-            EXPECT_NEAR(level(ours), level(theirs), 0.2) << what << ", harmonic " << harmonic;
-            moved = std::max(moved, std::fabs(level(ours) - level(before)));
-        }
-        EXPECT_GT(moved, 3.0) << what << ": it has to be heard";
-    }
-}
-
 TEST(NativeSound, IsFiniteAgainWhenARecordIsSaneAgain)
 {
     constexpr float kNan = std::numeric_limits<float>::quiet_NaN();
@@ -306,7 +192,7 @@ TEST(NativeSound, IsFiniteAgainWhenARecordIsSaneAgain)
             ASSERT_TRUE(std::isfinite(sample));
         voice = PlainVoice(57);
         player.Render(60); // whatever blocked the output's average has decayed
-        EXPECT_NEAR(Decibels(Loudness(player.Render(10).left) / before), 0.0, 0.5) << nonsense;
+        EXPECT_NEAR(Loudness(player.Render(10).left) / before, 1.0, 0.06) << nonsense;
     }
     player.host.Release(57);
     player.Render(20);

@@ -1,9 +1,12 @@
 #pragma once
 
 #include <atomic>
+#include <iomanip>
+#include <locale>
 #include <memory>
 #include <mutex>
 #include <span>
+#include <sstream>
 #include <string>
 #include <utility>
 #include <vector>
@@ -12,12 +15,23 @@
 #include "frame/PluginInstance.h"
 #include "frame/PluginRenderer.h"
 
-// What a native binding stands between: an engine and an editor that write down what they are told.
-// The host writes into the same journal, so that the order shows.
+// What a binding stands between: an engine and an editor that write down what they are told. The
+// host writes into the same journal, so that the order shows.
 
 namespace keldra::test {
 
 using Lines = std::vector<std::string>;
+
+/// "on 60 0.5": what it was, and some numbers, to seven digits.
+template <typename... Numbers>
+std::string Words(const char* what, Numbers... numbers)
+{
+    std::ostringstream text;
+    text.imbue(std::locale::classic());
+    text << std::setprecision(7) << what;
+    ((text << " " << numbers), ...);
+    return text.str();
+}
 
 class CJournal {
 public:
@@ -40,55 +54,45 @@ private:
 
 inline CJournal journal;
 
-/// Renders 1, 2, 3 and so on to the left, the same below 0 to the right. Controller 20 moves
-/// parameter 3.
+/// Renders 0.5 while a key is held. Keeps parameters and a state block as a synthesizer does.
 class CFakeRenderer final : public CPluginRenderer {
 public:
     CFakeRenderer();
     ~CFakeRenderer() override { journal.Note("renderer gone"); }
 
+    void SetSampleRate(double hz) override; ///< lets the keys go
+    void SetTempo(double beatsPerMinute) override { journal.Note(Words("tempo", beatsPerMinute)); }
+    void SetSongPosition(double quarters) override { journal.Note(Words("position", quarters)); }
+    void SetTransportPlaying(bool playing) override
+    {
+        journal.Note(playing ? "playing" : "stopped");
+    }
+    void Render() override;
     void MidiNoteOn(int key, int velocity) override;
     void MidiNoteOff(int key, int velocity) override;
-    void MidiControlChange(int controller, int value) override;
-    void MidiChannelPressure(int value) override;
-    void SetSampleRate(double hz) override;
-    void SetTempo(double beatsPerMinute) override;
-    void SetSongPosition(double quarterNotes) override;
-    void SetTransportPlaying(bool playing) override;
-    void Render() override;
+    void MidiControlChange(int controller, int value) override; ///< 20 moves parameter 3
+    void MidiChannelPressure(int value) override { journal.Note(Words("pressure", value)); }
     void GetParameterLabel(int index, std::span<char> text) const override;
+    void GetParameterDisplay(int index, std::span<char> text) const override;
     int GetChunk(void* buffer) const override;
     bool SetChunk(const void* data, int size) override;
 
     static inline std::atomic<CFakeRenderer*> newest{nullptr}; ///< the one made last
 
 private:
+    int keysHeld_ = 0;
     int framesRendered_ = 0;
 };
 
-class CFakeEditor final : public CEditorPort {
-public:
-    ~CFakeEditor() override { journal.Note("editor gone"); }
-    void Connect(CPluginRenderer& renderer, CPluginWrapper& host) override;
-    bool LoadSkin() override;
-    [[nodiscard]] EditorSize WindowSize() const override { return {521, 855}; }
-    bool Open(void* parent) override;
-    void Close() override;
-    [[nodiscard]] bool IsOpen() const override { return parent_ != nullptr; }
-    /// One above the window that it was opened in.
-    [[nodiscard]] void* WindowHandle() const override;
-
-private:
-    void* parent_ = nullptr;
-};
-
-/// How the definition behaves in a test.
+/// How the definition and what it makes behave.
 struct FakeBehaviour {
     bool allowsInstances = true;
-    bool hasRenderer = true;
     bool memoryIsShort = false; ///< CreateRenderer throws
     bool hasEditor = true;
     bool skinLoads = true;
+    bool windowOpens = true;
+    /// Renders 1, 2, 3 and so on to the left, the same below 0 to the right, and notes the blocks.
+    bool countsFrames = false;
 };
 
 class CFakeDefinition final : public CPluginInstance {
