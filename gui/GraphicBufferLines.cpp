@@ -15,7 +15,7 @@
 // The lines of a stroke overlap. Blending each would darken the seams, so their coverage is first
 // added up in the alpha bytes of the pixels and blended once, at the end.
 //
-// Test: GraphicBufferLines.*
+// Test: GraphicBuffer.BlendsAThick* and the golden picture of shapes
 
 namespace keldra {
 

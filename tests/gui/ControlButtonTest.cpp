@@ -60,22 +60,6 @@ TEST_F(ControlButton, TogglesAtOnce)
     EXPECT_FLOAT_EQ(button_.GetValue(), 0.0f);
 }
 
-TEST_F(ControlButton, ShowsThatItIsPressed)
-{
-    button_.SetPressToggle();
-    button_.SetButtonImage(&image_);
-    EXPECT_EQ(button_.GetSize().height, 20); // a quarter
-    window_.MoveTo({12, 12});
-    window_.Press();
-    EXPECT_EQ(Frame(), 3);
-    window_.MoveTo({200, 100});
-    window_.Release();
-    EXPECT_EQ(Frame(), 2);
-    Click();
-    EXPECT_EQ(Frame(), 0);
-    EXPECT_EQ(port_.TakeLog(), "P2 C2=1 R2 P2 C2=0 R2");
-}
-
 TEST_F(ControlButton, IsOnOnlyWhileItIsHeld)
 {
     button_.SetMomentary();
@@ -93,53 +77,6 @@ TEST_F(ControlButton, IsOnOnlyWhileItIsHeld)
     window_.LoseCapture();
     EXPECT_EQ(port_.TakeLog(), "P2 C2=1 C2=0 R2");
     EXPECT_FLOAT_EQ(button_.GetValue(), 0.0f);
-}
-
-TEST_F(ControlButton, FadesItsLightInFiveTicks)
-{
-    button_.SetAnimatedToggle();
-    CGraphicBuffer lights;
-    ASSERT_TRUE(lights.Create({20, 10}));
-    lights.SetFillColor(Rgb(255, 255, 255));
-    lights.FillRect({0, 10, 10, 10});
-    button_.SetButtonImage(&lights);
-    Click();
-    std::vector<unsigned> levels;
-    for (int tick = 0; tick < 6; ++tick) {
-        window_.Tick();
-        levels.push_back(GreenOf(window_.PixelAt(12, 12)));
-    }
-    EXPECT_EQ(levels, (std::vector<unsigned>{50, 101, 152, 203, 255, 255}));
-    static_cast<void>(window_.TakePresented());
-    window_.Tick();
-    EXPECT_TRUE(window_.TakePresented().empty());
-}
-
-TEST_F(ControlButton, DrawsItselfAsAPanelWithoutAnImage)
-{
-    button_.SetRect({10, 10, 60, 22});
-    button_.SetText("Load");
-    port_.RedrawAll();
-    const unsigned off = GreenOf(port_.GetBackBuffer()->GetPixel(14, 20));
-    Click();
-    const unsigned on = GreenOf(port_.GetBackBuffer()->GetPixel(14, 20));
-    EXPECT_NEAR(off, 70.0, 3.0); // 80, darker downward
-    EXPECT_NEAR(on, 62.0, 3.0);  // 60, lighter downward
-    EXPECT_NEAR(GreenOf(port_.GetBackBuffer()->GetPixel(10, 10)), 62.0, 3.0); // hardly its corner
-}
-
-TEST(ControlStateSelector, FindsThePositionOfEveryValueItWrites)
-{
-    for (int positions = 2; positions <= 16; ++positions)
-        for (int i = 0; i < positions; ++i)
-            EXPECT_EQ(CControlStateSelector::PositionOf(
-                          static_cast<float>(i) / static_cast<float>(positions - 1), positions),
-                      i)
-                << positions;
-    EXPECT_EQ(CControlStateSelector::PositionOf(0.49f, 5), 1);
-    EXPECT_EQ(CControlStateSelector::PositionOf(-3.0f, 5), 0);
-    EXPECT_EQ(CControlStateSelector::PositionOf(NAN, 5), 0);
-    EXPECT_EQ(CControlStateSelector::PositionOf(99.0f, 5), 5); // none
 }
 
 class ControlSelector : public testing::Test {
@@ -162,20 +99,6 @@ protected:
     CControlStateSelector& selector_;
     CHeadlessWindow& window_;
 };
-
-TEST_F(ControlSelector, ShowsEachTabFromItsColumn)
-{
-    EXPECT_EQ(selector_.GetRect(), (PixelRect{20, 30, 10, 50}));
-    selector_.SetValueRedraw(0.5f);
-    for (int tab = 0; tab < 5; ++tab)
-        EXPECT_EQ(port_.GetBackBuffer()->GetPixel(20, 30 + 10 * tab),
-                  Rgba(0, tab == 2 ? 10u : 0u, static_cast<unsigned>(tab) * 10, 0));
-    selector_.SetReversed(true);
-    selector_.SetValueRedraw(0.0f);
-    EXPECT_EQ(GreenOf(port_.GetBackBuffer()->GetPixel(20, 70)), 10u);
-    selector_.SetTabImage(&image_, false, true);
-    EXPECT_EQ(selector_.GetSize(), (PixelSize{10, 250}));
-}
 
 TEST_F(ControlSelector, WritesThePositionClickedOn)
 {
@@ -283,22 +206,6 @@ TEST_F(ControlKeyboard, PlaysTheKeyUnderThePointerAsLoudAsItIsLow)
         for (const std::uint8_t state : keyboard_.GetKeyStates())
             EXPECT_EQ(state, 0) << c.what;
     }
-}
-
-TEST_F(ControlKeyboard, ShowsTheKeysThatSound)
-{
-    std::array<std::uint8_t, 128> states{};
-    states[38] = states[40] = states[37] = states[12] = states[100] = 1;
-    EXPECT_TRUE(keyboard_.SetKeyStates(states));
-    EXPECT_FALSE(keyboard_.SetKeyStates(states));
-    port_.RedrawAll();
-    const CGraphicBuffer& picture = *port_.GetBackBuffer();
-    EXPECT_EQ(picture.GetPixel(12, 138), Rgba(1, 38, 2, 0));  // C is up
-    EXPECT_EQ(picture.GetPixel(28, 138), Rgba(1, 38, 18, 0)); // D is down: from the second frame
-    EXPECT_EQ(picture.GetPixel(16, 100), Rgba(2, 0, 6, 0));   // C sharp
-    EXPECT_EQ(picture.GetPixel(26, 100), Rgba(2, 0, 0, 0));   // D sharp is up
-    EXPECT_LT(GreenOf(picture.GetPixel(20, 138)), 15u);       // D's shadow on its left edge
-    EXPECT_EQ(picture.GetPixel(30, 138), Rgba(1, 38, 10, 0)); // E: D is down too, so no shadow
 }
 
 TEST_F(ControlKeyboard, LetsTheNoteGoWhenItsWindowGoes)

@@ -37,16 +37,6 @@ protected:
     CHeadlessWindow& window_;
 };
 
-TEST_F(ControlNumber, MovesAQuarterInAHundredPixels)
-{
-    EXPECT_EQ(Drag({100}), "P3 C3=0.25 R3");
-    EXPECT_FLOAT_EQ(knob_.GetValue(), 0.25f);
-    EXPECT_EQ(Drag({1000}), "P3 C3=1 R3"); // farther than the screen is high
-    EXPECT_EQ(Drag({5}), "P3 R3");         // at its end: nothing changes
-    EXPECT_EQ(Drag({-2000}), "P3 C3=0 R3");
-    EXPECT_EQ(window_.Cursor(), (PixelPoint{110, 60}));
-}
-
 TEST_F(ControlNumber, MovesFinelyWithTheKeyOfItsFineMode)
 {
     struct Case {
@@ -182,36 +172,6 @@ TEST_F(ControlNumber, EndsItsGestureWhateverEndsIt)
     }
 }
 
-TEST_F(ControlNumber, FadesAPopupInWithItsValueAndTakesItAway)
-{
-    const auto change = [this](PixelPoint at) {
-        return window_.PixelAt(at.x, at.y) != Rgba(65, 65, 65, 0);
-    };
-    constexpr PixelPoint kMiddle{118, 102};
-    window_.Press();
-    EXPECT_FALSE(change(kMiddle)); // not seen yet
-    std::vector<unsigned> reds;
-    for (int tick = 0; tick < 4; ++tick) {
-        window_.Tick();
-        reds.push_back(RedOf(window_.PixelAt(118, 92)));
-    }
-    EXPECT_LT(65u, reds[0]);
-    EXPECT_LT(reds[0], reds[1]);
-    EXPECT_LT(reds[1], reds[2]);
-    EXPECT_EQ(reds[2], reds[3]); // full at the third tick
-    EXPECT_TRUE(change(kMiddle));
-    EXPECT_TRUE(knob_.IsActive());
-    static_cast<void>(window_.TakePresented());
-    window_.MoveBy(0, -10);
-    EXPECT_EQ(window_.TakePresented(), // the knob and its pop-up, 80 x 32 under its middle
-              (std::vector<PixelRect>{{100, 50, 36, 36}, {78, 86, 80, 32}}));
-    window_.Release();
-    EXPECT_FALSE(change(kMiddle));
-    EXPECT_FALSE(knob_.IsActive());
-    EXPECT_EQ(CControlKnob::PopupPlace({100, 50, 36, 36}, {32, 80}, {117, 300}).y, 18); // above
-    EXPECT_EQ(CControlKnob::PopupPlace({5, 50, 36, 36}, {32, 80}, {200, 300}).x, 0);
-}
-
 TEST(ControlKnob, TakesItsFrameFromTheStrip)
 {
     CTestPort port;
@@ -249,47 +209,6 @@ TEST(ControlKnob, TakesItsFrameFromTheStrip)
         port.Close();
         port.GetRootGroup()->RemoveAllControls();
     }
-}
-
-TEST(ControlKnob, BlendsBetweenNeighbouringFrames)
-{
-    CGraphicBuffer strip; // frames of 4 x 4, all dark but the third
-    ASSERT_TRUE(strip.Create({4 * 5, 4}));
-    strip.SetFillColor(Rgb(0, 200, 0));
-    strip.FillRect({0, 8, 4, 4});
-    CTestPort port;
-    auto& knob = port.GetRootGroup()->Add(std::make_unique<CControlKnob>());
-    knob.SetFilmstrip(&strip, 5);
-    port.Show();
-    constexpr std::pair<float, unsigned> kCases[] = {
-        {0.25f, 0},
-        {0.375f, 99}, // (200 x 127) / 256
-        {0.5f, 200},
-        {0.625f, 100}, // (200 x 128) / 256
-    };
-    for (const auto& [value, green] : kCases) {
-        knob.SetValueRedraw(value);
-        EXPECT_EQ(GreenOf(port.GetBackBuffer()->GetPixel(1, 1)), green) << value;
-    }
-    knob.SetCrossfade(false);
-    knob.SetValueRedraw(0.7f);
-    EXPECT_EQ(GreenOf(port.GetBackBuffer()->GetPixel(1, 1)), 200u);
-}
-
-TEST(ControlKnob, IsCopiedAsATemplateWithoutWhatIsUnderWay)
-{
-    CTestPort port;
-    auto& knob = port.GetRootGroup()->Add(std::make_unique<CControlKnob>(3));
-    knob.SetDefaultValue(0.25f);
-    CHeadlessWindow& window = port.Show();
-    window.MoveTo({5, 5});
-    window.Press();
-    const CControlKnob copy(knob);
-    EXPECT_EQ(copy.GetGroup(), nullptr);
-    EXPECT_EQ(copy.GetNext(), nullptr);
-    EXPECT_FALSE(copy.IsDragging());
-    EXPECT_EQ(copy.GetRect(), knob.GetRect());
-    EXPECT_FLOAT_EQ(copy.GetDefaultValue(), 0.25f);
 }
 
 TEST(ControlSlider, CarriesItsHandleAlongItsLongerSide)

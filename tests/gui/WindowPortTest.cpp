@@ -144,30 +144,6 @@ TEST_F(WindowPort, SurvivesTheLossOfItsWindowAndOpensInANewOne)
     EXPECT_EQ(CHeadlessWindow::Newest()->Parent(), 8u);
 }
 
-TEST_F(WindowPort, TilesItsBackgroundAndPresentsOnlyWhatIsAsked)
-{
-    CGraphicBuffer tile;
-    FillWithPlaces(tile, {60, 70}, 9);
-    port_.SetBackground(&tile);
-    CHeadlessWindow& window = port_.Show();
-    EXPECT_EQ(window.PixelAt(69, 59), Rgba(9, 59, 69, 0));
-    EXPECT_EQ(window.PixelAt(70, 60), Rgba(9, 0, 0, 0));
-    EXPECT_EQ(window.PixelAt(299, 199), Rgba(9, 199 - 180, 299 - 280, 0));
-
-    EXPECT_FALSE(window.TakePresented().empty());
-    CGraphicBuffer& picture = *port_.GetBackBuffer();
-    picture.Clear(0);
-    port_.DrawBackgroundRegion({100, 90, 10, 5});
-    EXPECT_EQ(picture.GetPixel(100, 90), Rgba(9, 30, 30, 0));
-    EXPECT_EQ(picture.GetPixel(109, 94), Rgba(9, 34, 39, 0));
-    EXPECT_EQ(picture.GetPixel(110, 94), 0u);
-    port_.DrawBackgroundRegion({100, 90, 0, 5}); // nothing, not everything
-    EXPECT_EQ(picture.GetPixel(0, 0), 0u);
-    EXPECT_TRUE(window.TakePresented().empty());
-    window.Expose({5, 6, 7, 8});
-    EXPECT_EQ(window.TakePresented(), (std::vector<PixelRect>{{5, 6, 7, 8}}));
-}
-
 TEST_F(WindowPort, GivesAClickToTheFirstControlThere)
 {
     Add(1, {0, 0, 50, 50});
@@ -371,62 +347,6 @@ TEST_F(WindowPort, LetsGoOfWhatIsRemovedOrHidden)
     EXPECT_FALSE(port_.IsCapturing());
     port_.GetRootGroup()->RemoveAllControls();
     EXPECT_EQ(port_.GetRootGroup()->GetFirstControl(), nullptr);
-}
-
-TEST(ControlDisplay, CutsItsTextAndSaysWhetherItChanged)
-{
-    CControlDisplay display;
-    EXPECT_TRUE(display.SetText("Param: ..."));
-    EXPECT_FALSE(display.SetText("Param: ..."));
-    EXPECT_TRUE(display.SetText(std::string(300, 'a')));
-    EXPECT_EQ(display.GetText().size(), 255u);
-    EXPECT_FALSE(display.SetText(std::string(400, 'a')));
-}
-
-TEST(ControlDisplay, WorksWithoutAWindow)
-{
-    CControlDisplay display(3);
-    display.SetRectHW(1, 2, 3, 4);
-    EXPECT_EQ(display.GetRect(), (PixelRect{1, 2, 4, 3}));
-    EXPECT_TRUE(display.MoveBy(5, 5));
-    EXPECT_FALSE(display.MoveTo({6, 7}));
-    EXPECT_FALSE(display.SetSizeWH(4, 3));
-    display.Draw();
-    display.Present();
-    display.SetFocus();
-    display.SetActive(true);
-    display.BeginDrag(true);
-    display.EndDrag();
-    EXPECT_FALSE(display.EditValue(1.0f));
-    EXPECT_FALSE(display.HasFocus() || display.IsActive() || display.IsDragging());
-    EXPECT_EQ(display.GetBuffer(), nullptr);
-    EXPECT_EQ(display.GetValueText(), "");
-}
-
-TEST(ControlDisplay, ShowsFrameImageAndText)
-{
-    CGraphicBuffer image;
-    FillWithPlaces(image, {10, 20}, 200);
-    CTestPort port;
-    auto& display = port.GetRootGroup()->Add(std::make_unique<CControlDisplay>(4));
-    display.SetRect({100, 50, 60, 30});
-    display.SetImage(&image);
-    CHeadlessWindow& window = port.Show();
-    EXPECT_EQ(window.PixelAt(120, 60), Rgba(200, 0, 0, 0)); // centred
-    EXPECT_EQ(window.PixelAt(119, 60), Rgba(65, 65, 65, 0));
-    display.AlignRight();
-    display.SetFramed();
-    port.RefreshControl(&display, true);
-    EXPECT_EQ(window.PixelAt(140, 50), Rgba(200, 0, 0, 0));
-    EXPECT_EQ(window.PixelAt(100, 65), Rgba(0, 0, 0, 0));
-    EXPECT_EQ(GreenOf(window.PixelAt(110, 78)), 39u); // (40 x 255) / 256, at the bottom
-    display.SetImagePlacement({110, 60, 5, 5}, {3, 4});
-    display.Draw();
-    EXPECT_EQ(port.GetBackBuffer()->GetPixel(110, 60), Rgba(200, 4, 3, 0));
-
-    window.MoveTo({110, 60});
-    window.Press();
-    EXPECT_EQ(port.TakeLog(), "F P4 R4");
 }
 
 } // namespace
