@@ -4,8 +4,11 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <memory>
+#include <numbers>
+#include <string>
 #include <vector>
 
+#include "gui/Image.h"
 #include "skin/Pictures.h"
 
 namespace keldra::skin {
@@ -90,30 +93,37 @@ TEST(PanelPrint, CanBeReadOnThePanel)
     }
 }
 
-TEST(PanelPrint, GivesEveryControlOneSectionThatHoldsItAndItsCaption)
+TEST(Skin, TurnsTheKnobsPointerEvenlyThroughThreeQuartersOfACircle)
 {
-    for (const SectionRow& section : kSections)
-        for (const SectionRow& other : kSections)
-            EXPECT_TRUE(&section == &other || !Overlap(BoxOf(section.plate), BoxOf(other.plate)))
-                << section.title << " and " << other.title;
-
-    for (const PanelControl& control : kPanelControls) {
-        const bool onTheShelf =
-            control.image == ESkinImage::Wheel || control.kind == EPanelControl::Keyboard;
-        int sections = 0;
-        for (const SectionRow& section : kSections)
-            sections += Contains(BoxOf(section.plate), Covered(control)) ? 1 : 0;
-        EXPECT_EQ(sections, onTheShelf ? 0 : 1) << control.rect.x << ", " << control.rect.y;
+    // The pointer is the one bright thing on the black skirt; what light the skirt's upper edge
+    // reflects is left out.
+    const SkinImageRow& size = RowOf(ESkinImage::Knob);
+    CImage strip;
+    ASSERT_TRUE(strip.Load(std::string(KELDRA_SKIN_FOLDER "/").append(size.file)));
+    const auto pointerDegrees = [&](int frame) {
+        double x = 0.0, y = 0.0;
+        for (int row = 0; row < size.frameHeight; ++row) {
+            for (int column = 0; column < size.frameWidth; ++column) {
+                const double dx = column + 0.5 - kKnobAxisX;
+                const double dy = row + 0.5 - kKnobAxisY;
+                const double radius = std::hypot(dx, dy);
+                if (radius < 10.4 || radius > 13.0)
+                    continue;
+                const Color color = strip.GetPixel(column, frame * size.frameHeight + row);
+                const double light = std::max(0.0, GreenOf(color) - 100.0);
+                x += dx * light;
+                y += dy * light;
+            }
+        }
+        return std::atan2(x, -y) * 180.0 / std::numbers::pi;
+    };
+    EXPECT_NEAR(pointerDegrees(0), -135.0, 3.0);
+    EXPECT_NEAR(pointerDegrees(127), 135.0, 3.0);
+    for (int frame = 1; frame < kFilmstripFrames; ++frame) {
+        const double step = pointerDegrees(frame) - pointerDegrees(frame - 1);
+        EXPECT_NEAR(step, 270.0 / 127.0, 2.0) << frame;
+        EXPECT_GT(step, 0.0) << frame;
     }
-    for (const PrintLine& line : PanelPrint()) {
-        const Box box = line.Extents(Type());
-        for (const SectionRow& section : kSections)
-            EXPECT_TRUE(Contains(BoxOf(section.plate), box) || !Overlap(BoxOf(section.plate), box))
-                << line.text << " crosses the edge of " << section.title;
-    }
-    for (const EPanelRole role :
-         {EPanelRole::ProgramName, EPanelRole::ParameterText, EPanelRole::ControllerText})
-        EXPECT_TRUE(Contains(DisplayGlass(), BoxOf(ControlOf(role).rect)));
 }
 
 } // namespace
