@@ -109,25 +109,6 @@ TEST(Folders, LeaveOutWhatCouldHarmOrHasNoName)
     }
 }
 
-TEST(Folders, StampsChangeWithTheFile)
-{
-    const CTemporaryFolder folder;
-    const auto stamp = [&] {
-        std::vector<FolderEntry> entries;
-        EXPECT_TRUE(ListFolder(folder.Path(), entries));
-        return entries.at(0).stamp;
-    };
-    const std::string path = folder.Write("program", "one");
-    const FileStamp first = stamp();
-    EXPECT_EQ(stamp(), first);
-    folder.Write("program", "longer");
-    const FileStamp longer = stamp();
-    EXPECT_NE(longer, first);
-    std::filesystem::last_write_time(path, std::filesystem::last_write_time(path) +
-                                               std::chrono::milliseconds(1));
-    EXPECT_NE(stamp(), longer) << "touched";
-}
-
 TEST(Folders, PathsAreTakenApartAtTheLastSeparatorAndTheLastDot)
 {
     struct Case {

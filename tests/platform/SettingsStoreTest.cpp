@@ -103,20 +103,5 @@ TEST(SettingsStore, FindsItsFilesByTheEnvironment)
             ::unsetenv(kVariables[i]);
 }
 
-TEST(SettingsStore, SurvivesAnyBytes)
-{
-    const CTemporaryFolder folder;
-    std::mt19937 random(3);
-    constexpr std::string_view kBytes("[]=#\n\r \\/aS\0\xFF", 14);
-    for (int round = 0; round < 300; ++round) {
-        std::string text;
-        for (std::size_t length = random() % 40; length > 0; --length)
-            text += kBytes[random() % kBytes.size()];
-        const CSettingsStore store({folder.Write("settings", text)}, {});
-        const auto value = store.Read(ESettingsHive::CurrentUser, "a", "S");
-        ASSERT_TRUE(!value || text.find(*value) != std::string::npos);
-    }
-}
-
 } // namespace
 } // namespace keldra::test

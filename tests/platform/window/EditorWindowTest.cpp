@@ -4,6 +4,7 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
@@ -121,7 +122,6 @@ TEST_F(EditorWindow, DoesWhatHandsAskInAWindowThatWasMovedIntoAnother)
     CControlKeyboard* keyboard = nullptr;
     {
         const CUiLock lock;
-        knob.SetFineMode(EFineMode::Shift);
         for (CControl* c = port_.GetRootGroup()->GetFirstControl(); c != nullptr;
              c = c->GetNext()) {
             list = list != nullptr ? list : dynamic_cast<CControlList*>(c);
@@ -147,8 +147,6 @@ TEST_F(EditorWindow, DoesWhatHandsAskInAWindowThatWasMovedIntoAnother)
         const CUiLock lock;
         knob.SetValueRedraw(value);
     };
-    const int shift = host_.KeycodeOf(0xffe1);
-    std::uint32_t under = 0;
 
     struct Case {
         const char* what;
@@ -159,25 +157,7 @@ TEST_F(EditorWindow, DoesWhatHandsAskInAWindowThatWasMovedIntoAnother)
     const auto value = [&] { return static_cast<double>(knob.GetValue()); };
     const Case kCases[] = {
         {"a drag of 80 pixels, up", [&] { at(28, 28), set(0.1f), drag(-80); }, value, 0.3, 1e-4},
-        {"finely, with Shift",
-         [&] {
-             host_.Fake(XCB_KEY_PRESS, shift);
-             drag(-80);
-             host_.Fake(XCB_KEY_RELEASE, shift);
-         },
-         value, 0.31, 1e-4},
-        {"a drag that passes the middle halts there", [&] { drag(-150); }, value, 0.5, 1e-6},
-        {"and goes on after 100 pixels more", [&] { set(0.49f), drag(-200); }, value, 0.65, 0.1},
-        {"a right click resets", [&] { set(0.9f), wheel(3, 1); }, value, 0.5, 1e-6},
-        {"a notch of the wheel", [&] { wheel(4, 3); }, value, 0.56, 1e-4},
-        {"the pop-up fades in",
-         [&] {
-             under = host_.PixelAt(Window(), 21, 55);
-             host_.Press(1);
-         },
-         [&] { return static_cast<double>(host_.PixelAt(Window(), 21, 55) >> 16); }, 218.0, 12.0},
-        {"and goes", [&] { host_.Release(1); },
-         [&] { return host_.PixelAt(Window(), 21, 55) == under ? 1.0 : 0.0; }, 1.0, 0.0},
+        {"a notch of the wheel", [&] { wheel(4, 3); }, value, 0.36, 1e-4},
         {"a menu near the right edge opens to the left", [&] { at(410, 157), wheel(1, 1); },
          [&] {
              const PixelRect popup = menu.GetPopupRect();
@@ -187,9 +167,7 @@ TEST_F(EditorWindow, DoesWhatHandsAskInAWindowThatWasMovedIntoAnother)
         {"scrolls, and takes the row under the pointer",
          [&] { at(350, 10 + 18 * 4 + 9), wheel(5, 6), wheel(1, 1); },
          [&] { return static_cast<double>(menu.GetValue()); }, 10.0, 0.0},
-        {"a list scrolls by the wheel", [&] { at(220, 200), wheel(5, 2); },
-         [&] { return static_cast<double>(list->GetScrollOffset()); }, 2.0, 0.0},
-        {"and by its thumb, also outside of every window",
+        {"a list by its thumb, also outside of every window",
          [&] {
              at(340, 190);
              host_.Press(1);
@@ -247,11 +225,11 @@ TEST_F(EditorWindow, LetsGoWhenItIsTakenAwayInMidDrag)
         c.end();
         host_.Sync();
         host_.MoveBy(0, -10);
-        host_.Release(1);
         EXPECT_TRUE(Eventually([&] {
             const CUiLock lock;
             return port_.held == 0 && !port_.IsCapturing();
         })) << c.what;
+        host_.Release(1);
         port_.Close();
         EXPECT_TRUE(port_.Open(host_.Window())) << c.what;
         host_.Show({100, 100}, {340, 480});
@@ -272,6 +250,10 @@ long UsedByServer()
     file >> total >> resident;
     return resident * 4;
 }
+long FilesIn(const char* folder)
+{
+    return std::distance(std::filesystem::directory_iterator(folder), {});
+}
 long LinesOf(const char* path)
 {
     std::ifstream file(path);
@@ -280,13 +262,20 @@ long LinesOf(const char* path)
 
 TEST_F(EditorWindow, IsOpenedAndClosedAThousandTimesWithoutATrace)
 {
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+    constexpr int kRounds = 200; // each takes ten times as long, and a leak shows at the end
+#else
+    constexpr int kRounds = 500;
+#endif
     CWatchedPort other;
-    long before[3] = {};
-    for (int round = 0; round <= 500; ++round) {
+    long before[5] = {};
+    for (int round = 0; round <= kRounds; ++round) {
         if (round == 100) {
             before[0] = UsedHere();
             before[1] = UsedByServer();
             before[2] = LinesOf("/proc/self/maps");
+            before[3] = FilesIn("/proc/self/fd");
+            before[4] = FilesIn("/proc/self/task");
         }
         EXPECT_TRUE(other.Open(host_.Window())); // two at once, the first to go first or last
         port_.Close();
@@ -298,6 +287,8 @@ TEST_F(EditorWindow, IsOpenedAndClosedAThousandTimesWithoutATrace)
     EXPECT_LT(UsedHere() - before[0], 64);
     EXPECT_LT(UsedByServer() - before[1], 1024);
     EXPECT_LE(LinesOf("/proc/self/maps") - before[2], 8);
+    EXPECT_EQ(FilesIn("/proc/self/fd"), before[3]);
+    EXPECT_EQ(FilesIn("/proc/self/task"), before[4]);
     EXPECT_TRUE(Eventually([&] { return host_.PixelAt(Window(), 28, 28) != 0; }));
 }
 
@@ -333,34 +324,6 @@ TEST(EditorWindowPixels, AreRightOnEveryVisualWithAndWithoutSharedMemory)
         }
         server.TearDown();
     }
-}
-
-TEST_F(EditorWindow, BalancesEveryGestureOfARandomSession)
-{
-    std::uint32_t random = 2222;
-    const auto next = [&random](int limit) {
-        random = random * 196314165u + 907633515u;
-        return static_cast<int>(random >> 8) % limit;
-    };
-    for (int i = 0; i < 600; ++i) {
-        host_.MoveTo({100 + next(480), 100 + next(340)});
-        const int button = 1 + next(7);
-        host_.Press(button);
-        if (next(3) == 0)
-            host_.MoveBy(next(80) - 40, next(80) - 40);
-        if (next(40) == 0) {
-            const CUiLock lock;
-            port_.Close();
-            EXPECT_EQ(port_.held, 0);
-            EXPECT_TRUE(port_.Open(host_.Window()));
-        }
-        host_.Release(button);
-        if (next(10) == 0)
-            host_.Type(host_.KeycodeOf(next(2) == 0 ? 0xff0d : 0xff1b)); // Enter, Escape
-    }
-    port_.Close();
-    EXPECT_EQ(port_.held, 0);
-    EXPECT_GT(port_.gestures, 50);
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
-#include <filesystem>
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
@@ -326,64 +325,7 @@ TEST_F(X11Window, TakesADroppedFile)
     EXPECT_EQ(recorder_.droppedAt, (PixelPoint{30, 40}));
 }
 
-TEST_F(X11Window, OutlivesItsParentAndItsConnection)
-{
-    OpenShown();
-    xcb_destroy_window(host_.Connection(), static_cast<xcb_window_t>(host_.Window()));
-    host_.Sync();
-    EXPECT_TRUE(EventuallyLocked([&] { return recorder_.windowsLost == 1; }));
-    {
-        const CUiLock lock; // whatever comes now is taken and does nothing
-        EXPECT_EQ(recorder_.window->Handle(), 0u);
-        recorder_.window->Present({recorder_.picture.data(), recorder_.size}, {0, 0, 9, 9});
-        recorder_.window->Resize({50, 50});
-        recorder_.window->BeginCapture(ECaptureCursor::Hidden);
-        recorder_.window->EndCapture();
-        recorder_.window->TakeFocus();
-    }
-    Close();
-
-    ASSERT_TRUE(Open(host_.Screen().root)); // on the desktop
-    xcb_kill_client(host_.Connection(), Handle());
-    host_.Sync();
-    EXPECT_TRUE(EventuallyLocked([&] { return recorder_.windowsLost == 2; }));
-    Close();
-}
-
-std::size_t FilesIn(const char* folder)
-{
-    return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(folder), {}));
-}
-
 using X11WindowThreads = X11Window;
-
-TEST_F(X11WindowThreads, LeavesNothingBehindInAnyOrder)
-{
-    host_.Show({0, 0});
-    constexpr int kRounds = 100;
-    std::size_t files = 0;
-    std::size_t threads = 0;
-    for (int round = 0; round < kRounds; ++round) {
-        CRecorder recorders[3];
-        for (CRecorder& recorder : recorders) {
-            const CUiLock lock;
-            recorder.window = CNativeWindow::Open(host_.Window(), recorder.size, recorder);
-            ASSERT_NE(recorder.window, nullptr) << round;
-        }
-        EXPECT_TRUE(CWindowLoop::IsRunning());
-        for (const int which : {round % 3, (round + 1) % 3, (round + 2) % 3}) {
-            const CUiLock lock;
-            recorders[which].window.reset();
-        }
-        EXPECT_FALSE(CWindowLoop::IsRunning()) << round;
-        if (round == 0) {
-            files = FilesIn("/proc/self/fd");
-            threads = FilesIn("/proc/self/task");
-        }
-    }
-    EXPECT_EQ(FilesIn("/proc/self/fd"), files);
-    EXPECT_EQ(FilesIn("/proc/self/task"), threads);
-}
 
 /// An editor as hosts see it: each move of the pointer is a call to the host.
 struct Editor {
