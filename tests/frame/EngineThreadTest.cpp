@@ -205,24 +205,6 @@ TEST(EngineThread, AppliesWholeProgramsAndKeepsTheOrderWhileOthersHammer)
     EXPECT_GT(renderer.renders, 10);
 }
 
-TEST(EngineThread, KeepsTheOrderOfOneThreadsChanges)
-{
-    CFollower renderer;
-    renderer.SwitchProcessing(true);
-    std::atomic<bool> stop{false};
-    std::thread setter([&] {
-        for (float cutoff = 1.0f; cutoff < 20000.0f; cutoff += 1.0f)
-            renderer.SetParameter(kFilterCutoff, cutoff);
-        stop = true;
-    });
-    while (!stop)
-        renderer.Process(1);
-    setter.join();
-    renderer.Process();
-    EXPECT_FALSE(renderer.outOfOrder);
-    EXPECT_EQ(renderer.applied[kFilterCutoff], 19999.0f);
-}
-
 TEST(EngineThread, RendersSilenceInsteadOfWaitingWhileAnotherThreadHasTheEngine)
 {
     CTestRenderer renderer;

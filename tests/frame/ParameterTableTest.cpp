@@ -42,20 +42,6 @@ TEST(ParameterTable, ReadsSelectorsFromTheValuesThatHostsSend)
             EXPECT_EQ(SelectorPosition(static_cast<float>(k) / static_cast<float>(last), last), k);
 }
 
-TEST(ParameterTable, ReadsSemitonesAndTimes)
-{
-    for (const auto& [value, semitones] :
-         {std::pair{0.5f, 0}, {0.0f, -24}, {1.0f, 24}, {0.52f, 0}, {0.521f, 1}, {kNan, -24}})
-        EXPECT_EQ(WholeSemitones(value), semitones) << value;
-    EXPECT_FLOAT_EQ(TimeCurve(0.0f, 5.0f, 50000.0f), 5.0f);
-    EXPECT_FLOAT_EQ(TimeCurve(1.0f, 5.0f, 50000.0f), 50000.0f);
-    EXPECT_NEAR(TimeCurve(0.5f, 1.0f, 5000.0f), 313.4f, 0.1f);
-    EXPECT_NEAR(LfoRateHz(0.5f), 0.9375f, 1e-6f);
-    EXPECT_EQ(TruncateToInt(1e30), std::numeric_limits<int>::max());
-    EXPECT_EQ(TruncateToInt(-1e30), std::numeric_limits<int>::min());
-    EXPECT_EQ(TruncateToInt(static_cast<double>(kNan)), 0);
-}
-
 TEST(ParameterTable, GivesEachParameterANameOfItsOwn)
 {
     std::set<std::string_view> names;

@@ -10,26 +10,6 @@ namespace {
 using EState = CFileDialog::EState;
 using EKind = FileDialogRequest::EKind;
 
-TEST(LoadProgram, TellsTheHostWhatChangedAndTheEditorThatSomethingDid)
-{
-    const CPresetRig rig;
-    const std::string path = rig.Presets().LibraryFolder() + "/leads/Soft.keldra";
-    const std::uint32_t told = rig.renderer->Feedback().ProgramCount();
-    rig.renderer->SetParameter(kFilterCutoff, 0.21f); // as in the program
-    rig.renderer->automated.clear();
-    EXPECT_TRUE(rig.Presets().LoadProgram(path));
-    EXPECT_EQ(rig.renderer->automated.size(), kHostParameterCount - 1u);
-    EXPECT_EQ(rig.renderer->automated.count(kFilterCutoff), 0u);
-    EXPECT_EQ(rig.renderer->automated.rbegin()->first, kHostParameterCount - 1);
-    EXPECT_EQ(rig.renderer->automated[kGain], 0.21f);
-    EXPECT_NE(rig.renderer->Feedback().ProgramCount(), told);
-
-    rig.renderer->automated.clear();
-    EXPECT_TRUE(rig.Presets().LoadProgram(path));
-    EXPECT_TRUE(rig.renderer->automated.empty()) << "the same once more";
-    EXPECT_EQ(rig.Selected(), "leads/Soft");
-}
-
 TEST(LoadProgram, ImportsTakeTheirPartAndTheNameOnly)
 {
     struct Case {
@@ -181,36 +161,6 @@ TEST(ProgramDialogs, SavingAddsTheExtensionButNeverReplacesUnasked)
                   *row.written != '\0' ? ProgramNameOf(row.written) : row.programName)
             << row.what;
     }
-}
-
-TEST(ProgramDialogs, FallBackToTheToolkitsOwnChooser)
-{
-    for (const bool hasOwn : {true, false}) {
-        CPresetRig rig;
-        rig.hasOwnChooser = hasOwn;
-        rig.Presets().SetClient(&rig);
-        rig.dialogs.answers = {{EState::Unavailable, "", 1}};
-        rig.ownDialogs.answers = {
-            {EState::Chosen, rig.folder.Path("Library/leads/Soft.keldra"), 1}};
-        rig.Presets().LoadProgramWithDialog();
-        for (int i = 0; i < 5; ++i)
-            (void)rig.Presets().PollDialog();
-        EXPECT_FALSE(rig.Presets().IsDialogOpen());
-        EXPECT_EQ(rig.ownDialogs.requests.size(), hasOwn ? 1u : 0u);
-        EXPECT_EQ(rig.Selected(), hasOwn ? "leads/Soft" : "-/-");
-    }
-}
-
-TEST(PresetListClient, IsAskedForWhatOnlyAnEditorCanShow)
-{
-    CPresetRig rig;
-    rig.Presets().ShowAboutBox();
-    rig.Presets().ShowPresetBrowser();
-    rig.Presets().SetClient(&rig);
-    rig.Presets().ShowAboutBox();
-    rig.Presets().ShowPresetBrowser();
-    EXPECT_EQ(rig.aboutBoxes, 1);
-    EXPECT_EQ(rig.browsers, 1);
 }
 
 } // namespace

@@ -131,13 +131,5 @@ TEST(ProgramFile, AnyValueComesThroughBitForBit)
     }
 }
 
-TEST(ProgramFile, BankAndProgramAreTheLastFolderAndTheFile)
-{
-    EXPECT_EQ(ProgramNameOf("/a/Leads/Bright.old.fxp"), "Bright.old");
-    EXPECT_EQ(BankNameOf("/a/Leads/Bright.old.fxp"), "Leads");
-    EXPECT_EQ(BankNameOf("Bright.fxp"), "");
-    EXPECT_EQ(ProgramNameOf("/a/.fxp"), "");
-}
-
 } // namespace
 } // namespace keldra::test
