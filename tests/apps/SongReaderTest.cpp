@@ -199,14 +199,4 @@ TEST(SongTiming, CountsSmpteFramesWithoutTempo)
     EXPECT_NEAR(timing.At(0).tempoBpm, 119.88, 0.001);
 }
 
-TEST(SongTiming, RefusesToWaitForASongOfDays)
-{
-    Song song;
-    song.ticksPerQuarter = 1;
-    song.tempos = {{0, (1 << 24) - 1}};
-    song.endTick = Song::kMaxTick; // the slowest and longest there is
-    EXPECT_FALSE(CSongTiming(song, 384000).EndsWithin(24 * 3600));
-    EXPECT_GT(CSongTiming(song, 384000).FrameOf(song.endTick), 0);
-}
-
 } // namespace keldra::test

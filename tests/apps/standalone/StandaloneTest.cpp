@@ -23,7 +23,7 @@ const auto* const server = testing::AddGlobalTestEnvironment(new CXvfb);
 
 /// Keys by their places, as X numbers them.
 constexpr int kTwo = 11, kMinus = 20, kEquals = 21, kQ = 24, kP = 33, kCtrl = 37, kS = 39, kZ = 52;
-constexpr int kHold = 400; // ms
+constexpr int kHold = 250; // ms
 
 void Sleep(int milliseconds)
 {
@@ -159,7 +159,7 @@ protected:
         desk_.Fake(XCB_KEY_PRESS, keycode);
         Sleep(milliseconds);
         desk_.Fake(XCB_KEY_RELEASE, keycode);
-        Sleep(milliseconds < kHold ? 10 : 150);
+        Sleep(milliseconds < kHold ? 10 : 100);
     }
 
     /// Moves a control by the mouse. @param pixels  upward
@@ -261,7 +261,7 @@ TEST_F(StandaloneThread, FollowsTheMouseAndGoesOnAsItWasLeft)
         desk_.Press(1);
         Sleep(kHold);
         desk_.Release(1);
-        Sleep(150);
+        Sleep(100);
     };
     Start({"--record", wav_, "--program", folder_.Write("plain", PlainProgram())});
     clickMiddleC();

@@ -262,7 +262,7 @@ long LinesOf(const char* path)
 
 TEST_F(EditorWindow, IsOpenedAndClosedAThousandTimesWithoutATrace)
 {
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+#ifdef KELDRA_SANITIZED
     constexpr int kRounds = 200; // each takes ten times as long, and a leak shows at the end
 #else
     constexpr int kRounds = 500;
