@@ -109,29 +109,6 @@ TEST(Folders, LeaveOutWhatCouldHarmOrHasNoName)
     }
 }
 
-TEST(Folders, PathsAreTakenApartAtTheLastSeparatorAndTheLastDot)
-{
-    struct Case {
-        const char *path, *folder, *file, *name, *extension;
-    };
-    constexpr Case kCases[] = {
-        {"/a/Leads/Bright.old.fxp", "/a/Leads", "Bright.old.fxp", "Bright.old", "fxp"},
-        {"/root", "/", "root", "root", ""},
-        {"bare.keldra", "", "bare.keldra", "bare", "keldra"},
-        {"/a.b/c", "/a.b", "c", "c", ""},
-        {"/ends/", "/ends", "", "", ""},
-        {"/a/back\\slash.x", "/a", "back\\slash.x", "back\\slash", "x"},
-    };
-    for (const Case& row : kCases) {
-        EXPECT_EQ(FolderOf(row.path), row.folder) << row.path;
-        EXPECT_EQ(FileNameOf(row.path), row.file) << row.path;
-        EXPECT_EQ(WithoutExtension(row.file), row.name) << row.path;
-        EXPECT_EQ(ExtensionOf(row.file), row.extension) << row.path;
-        EXPECT_EQ(JoinPath(row.folder, row.file), row.path);
-    }
-    EXPECT_EQ(JoinPath("/a/", "b"), "/a/b");
-}
-
 TEST(ModulePath, IsTheFolderThatHoldsThisProgram)
 {
     const std::string program = std::filesystem::read_symlink("/proc/self/exe").parent_path();

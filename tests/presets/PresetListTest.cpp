@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include "presets/FileList.h"
 #include "presets/LibraryFolder.h"
 #include "tests/presets/PresetRig.h"
 
@@ -10,44 +9,6 @@ namespace keldra::test {
 namespace {
 
 using Names = std::vector<std::string>;
-
-TEST(FileList, TakesWhatPassesAFilterOfItsKind)
-{
-    struct Case {
-        const char* what;
-        std::vector<std::pair<const char*, bool>> filters; ///< extension, for folders
-        Names accepted;
-    };
-    const std::vector<std::pair<std::string, bool>> found = {
-        {"/l/a.keldra", false}, {"/l/b.fxp", false},
-        {"/l/c.FXP", false},    {"/l/d", false},
-        {"/l.fxp/e", false},    {"/l/bank", true},
-        {"/l/f.fxp", true},     {"/l/.", true},
-        {"/l/..", true},        {"/l/" + std::string(1020, 'x') + ".fxp", false},
-    };
-    const Case kCases[] = {
-        {"programs", {{"keldra", false}, {"fxp", false}}, {"a", "b"}},
-        {"banks", {{"", true}}, {"bank", "f"}},
-        {"any file", {{"", false}}, {"a", "b", "c", "d", "e"}},
-        {"no filter", {}, {"a", "b", "c", "d", "e", "bank", "f"}},
-    };
-    for (const Case& row : kCases) {
-        CFileList list;
-        for (const auto& [extension, folders] : row.filters)
-            list.AddFilter(extension, folders);
-        for (const auto& [path, isFolder] : found)
-            list.Add(path, isFolder);
-        Names names;
-        for (int i = 0; i < list.Count(); ++i)
-            names.emplace_back(list.DisplayName(i));
-        EXPECT_EQ(names, row.accepted) << row.what;
-    }
-    CFileList list;
-    EXPECT_FALSE(list.Scan(""));
-    EXPECT_FALSE(list.Scan("/nowhere at all"));
-    EXPECT_EQ(list.DisplayName(0), "");
-    EXPECT_EQ(list.DisplayName(-1), "");
-}
 
 TEST(LibraryFolder, FollowsTheSettingsInTheirOrder)
 {
