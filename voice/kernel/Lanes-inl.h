@@ -53,17 +53,11 @@ using DoubleQuad [[gnu::vector_size(8 * kQuad)]] = double;
     return __builtin_convertvector(value, Floats);
 }
 
-/// All bits set in the lanes of negative numbers.
+/// All bits set in the lanes of negative numbers: as integers they are up to minus infinity, the
+/// others above. x86 compares integers beside its additions of floats, and shifts in their place.
 [[gnu::always_inline]] inline Ints NegativeMask(Floats value)
 {
-    return Bits(value) >> 31;
-}
-
-/// All bits set in the lanes of 0 and positive numbers: as integers they are above those of minus
-/// infinity. x86 compares integers beside its additions of floats, and shifts in their place.
-[[gnu::always_inline]] inline Ints NotNegativeMask(Floats value)
-{
-    return Bits(value) > Bits(All(-__builtin_inff()));
+    return Bits(value) < Bits(All(-__builtin_inff())) + 1;
 }
 
 [[gnu::always_inline]] inline Floats Choose(Ints mask, Floats where, Floats elsewhere)

@@ -195,7 +195,7 @@ void FromRunning(const Running& run, const KernelJob& job, VoiceLanes& v)
 {
 #if defined(__SSE2__) && !defined(__SSE4_1__)
     // No minimum of signed integers yet: -1 where it left.
-    return phase + FromBits(NotNegativeMask(phase) & Bits(All(-1.0f)));
+    return phase + FromBits(~NegativeMask(phase) & Bits(All(-1.0f)));
 #else
     const Ints here = Bits(phase);
     const Ints cycleBelow = Bits(phase - 1.0f);
@@ -217,10 +217,10 @@ template <unsigned features>
     if constexpr (features & kPulseB)
         v.phaseB2 = Wrapped(v.phaseB2 + v.incB);
     if constexpr (features & kSync) {
-        const Ints wrapped = NotNegativeMask(risenB1);
+        const Ints goesOn = NegativeMask(risenB1);
         if constexpr (features & kPulseA)
-            v.phaseA2 -= FromBits(wrapped & Bits(v.phaseA1));
-        v.phaseA1 = FromBits(~wrapped & Bits(v.phaseA1));
+            v.phaseA2 -= FromBits(~goesOn & Bits(v.phaseA1));
+        v.phaseA1 = FromBits(goesOn & Bits(v.phaseA1));
     }
 
     Floats a = -v.phaseA1;
