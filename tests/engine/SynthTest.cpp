@@ -198,28 +198,6 @@ TEST(Synth, AgreesWithTheScalarReading)
     }
 }
 
-TEST(Synth, RepeatsItselfBitForBit)
-{
-    const auto render = [](int blockFrames) {
-        SeedAsLoaded();
-        CSynthRig rig;
-        rig.Set("Noise Balance", "30 %");
-        rig.Set("Delay ON/OFF", "On");
-        rig.Set("Chorus ON/OFF", "On");
-        rig.Set("LFO Shape", "Random");
-        rig.Set("Unison Voices", "3");
-        for (const int key : {40, 47, 52, 59})
-            rig.Press(key);
-        return rig.Render(20000, blockFrames);
-    };
-    for (const int blockFrames : {64, 512, 100}) {
-        const Stereo first = render(blockFrames);
-        const Stereo second = render(blockFrames);
-        EXPECT_EQ(first.left, second.left);
-        EXPECT_EQ(first.right, second.right);
-    }
-}
-
 TEST(Synth, MovesGainAndCutoffWithoutAJump)
 {
     CSynthRig rig;
