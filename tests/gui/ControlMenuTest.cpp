@@ -141,6 +141,9 @@ TEST_F(ControlMenu, ScrollsByWheelThumbAndKeys)
     Click({201, 251});
     window_.Key(kKeyEscape);
     EXPECT_FALSE(menu_.IsPopupOpen());
+    Click({201, 251});
+    window_.LoseCapture();
+    EXPECT_FALSE(menu_.IsPopupOpen());
     EXPECT_EQ(port_.TakeLog(), "");
 }
 

@@ -23,7 +23,11 @@ const auto* const server = testing::AddGlobalTestEnvironment(new CXvfb);
 
 /// Keys by their places, as X numbers them.
 constexpr int kTwo = 11, kMinus = 20, kEquals = 21, kQ = 24, kP = 33, kCtrl = 37, kS = 39, kZ = 52;
+#ifdef KELDRA_SANITIZED
+constexpr int kHold = 400; // ms: what plays is slower
+#else
 constexpr int kHold = 250; // ms
+#endif
 
 void Sleep(int milliseconds)
 {
