@@ -48,9 +48,8 @@ class Muse:
     def __init__(self, stage, folder, name):
         self.stage, self.song = stage, folder / "song.med"
         self.process = stage.start(name, "muse", "-p", "-I", "-2", "-S", self.song)
-        if name == "first": # a song that MusE hasn't saved: it asks whether to initialise instruments
-            question = stage.window("Instrument initialization")
-            stage.ask("xdotool", "windowactivate", "--sync", question, "key", "Return")
+        question = stage.window("Instrument initialization")
+        stage.ask("xdotool", "windowactivate", "--sync", question, "key", "Return")
         self.main, self.editor = stage.window("MusE Project"), stage.window("Keldra-1")
 
     def play(self, wav, **what):

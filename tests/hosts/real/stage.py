@@ -97,8 +97,9 @@ def unpacked(text):
 
 def painted(preview, module, state, folder):
     """@return the panel as keldra_skin_preview paints it"""
-    (folder / "With Care.keldra").write_bytes(state)
-    run(preview, module.parent, folder / "painted.png", folder / "With Care.keldra")
+    program = folder / (state[628:].partition(b"\0")[0].decode() + ".keldra") # it is named after its file
+    program.write_bytes(state)
+    run(preview, module.parent, folder / "painted.png", program)
     return Picture(folder / "painted.png")
 
 
@@ -110,16 +111,22 @@ class Picture:
         size, self.pixels = re.fullmatch(rb"P6\s+(\d+\s+\d+)\s+255\s(.*)", ppm, re.DOTALL).groups()
         self.width, self.height = map(int, size.split())
 
-    def likeness(self, painted, rows=ABOVE_THE_KEYBOARD):
-        """@return how many pixels of the uppermost `rows` of `painted` are the same here, 0 .. 1, below
-        a host's bar above the panel"""
-        if self.width != painted.width:
+    def same(self, painted, top, step=3, rows=ABOVE_THE_KEYBOARD):
+        """@return how many of `painted`'s uppermost pixels are the same from row `top` on, 0 .. 1"""
+        first, end = 3 * self.width * top, 3 * self.width * rows
+        return sum(self.pixels[first + i:first + i + 3] == painted.pixels[i:i + 3]
+                   for i in range(0, end, step)) / len(range(0, end, step))
+
+    def top(self, painted):
+        """@return the row in which the panel begins, below a host's bar"""
+        return max(range(self.height - painted.height + 1),
+                   key=lambda top: self.same(painted, top, 999))
+
+    def likeness(self, painted):
+        """@return how much of the panel above its keyboard is shown as painted, 0 .. 1"""
+        if self.width != painted.width or self.height < painted.height:
             return 0.0
-        def same(top, step):
-            first = 3 * self.width * top
-            return sum(self.pixels[first + i:first + i + 3] == painted.pixels[i:i + 3]
-                       for i in range(0, 3 * self.width * rows, step)) * step / 3 / self.width / rows
-        return same(max(range(self.height - painted.height + 1), key=lambda top: same(top, 999)), 3)
+        return self.same(painted, self.top(painted))
 
 
 class Stage:
