@@ -88,4 +88,19 @@ TEST(BlockLoop, ReplacesOrAccumulates)
     }
 }
 
+TEST(BlockLoop, ReadsPitchBendAsTheWholeRangeOfFourteenBits)
+{
+    struct Case {
+        int data1, data2;
+        float bend;
+    };
+    for (const auto& [data1, data2, bend] :
+         {Case{0, 0x40, 0.000061f}, Case{0x7F, 0x7F, 1.0f}, Case{0, 0, -1.0f}}) {
+        CTestRenderer renderer;
+        renderer.Queue(0, 0xE3, data1, data2);
+        renderer.Process(1);
+        EXPECT_NEAR(std::stof(renderer.log[0].substr(5)), bend, 1e-6f);
+    }
+}
+
 } // namespace keldra::test
