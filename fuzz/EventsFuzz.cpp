@@ -14,6 +14,7 @@ using namespace keldra;
 
 namespace {
 
+constexpr double kRate = 8000.0;  ///< low: tapes of two seconds would be most of the work
 constexpr int kMostFrames = 4000; ///< of one input: for its sake that many inputs are tried
 constexpr int kLongestBlock = 1500;
 
@@ -21,7 +22,7 @@ class CSong {
 public:
     /// Seeds first: voices draw the places where their oscillators start when they are made.
     CSong(const std::uint8_t* data, std::size_t size)
-        : input_(data, size), rig_((test::SeedAsLoaded(), 48000.0))
+        : input_(data, size), rig_((test::SeedAsLoaded(), kRate))
     {
     }
 
@@ -57,8 +58,8 @@ private:
         }
         case 7:
             if (input_.ConsumeBool())
-                rig_.synth.ChangeSampleRate(
-                    input_.PickValueInArray({44100.0, 48000.0, 96000.0, 8000.0, 0.0, 1.0, 1e9}));
+                rig_.synth.ChangeSampleRate(input_.PickValueInArray(
+                    {kRate, kRate, 1000.0, 11025.0, 48000.0, 0.0, 1.0, 1e9}));
             else
                 rig_.synth.SwitchProcessing(input_.ConsumeBool());
             break;

@@ -12,13 +12,15 @@ namespace keldra::fuzz {
 
 using namespace vst;
 
-/// What the effects of a run are answered from. Set before the first of them is made.
+/// What effects are answered from; null for the answers of a polite host.
 inline CInput* hostInput = nullptr;
 
 /// Whatever comes, but never a pointer to nowhere.
 inline VstIntPtr KELDRA_VST_CALL HostileAnswer(AEffect* effect, VstInt32 opcode, VstInt32,
                                                VstIntPtr, void* ptr, float)
 {
+    if (hostInput == nullptr)
+        return opcode == audioMasterVersion ? kVstVersion : 0;
     CInput& input = *hostInput;
     static VstTimeInfo time;
     switch (opcode) {
@@ -40,6 +42,39 @@ inline VstIntPtr KELDRA_VST_CALL HostileAnswer(AEffect* effect, VstInt32 opcode,
     default:
         return input.AnyInt();
     }
+}
+
+/// An instance that is there from the first input to the last: to make one costs more than all that
+/// an input does. Never closed; it keeps the skin in memory, too.
+inline AEffect& KeptEffect(VstPluginMainProc entry)
+{
+    static AEffect* const effect = entry(HostileAnswer);
+    return *effect;
+}
+
+/// Makes of it what it was when it was made.
+inline void ResetEffect(AEffect& effect)
+{
+    hostInput = nullptr;
+    const auto tell = [&effect](VstInt32 opcode, VstIntPtr value = 0, void* ptr = nullptr,
+                                float opt = 0.0f) {
+        effect.dispatcher(&effect, opcode, 0, value, ptr, opt);
+    };
+    tell(effEditClose);
+    tell(effSetSampleRate, 0, nullptr, 44100.0f);
+    VstMidiEvent midi{};
+    midi.type = kVstMidiType;
+    std::memcpy(midi.midiData, "\xB0\x79", 3); // all controllers
+    VstEvents list{};
+    list.numEvents = 1;
+    list.events[0] = reinterpret_cast<VstEvent*>(&midi);
+    tell(effProcessEvents, 0, &list);
+    float left = 0.0f, right = 0.0f;
+    float* outputs[] = {&left, &right};
+    effect.processReplacing(&effect, nullptr, outputs, 1);
+    char noState[] = "none: all values go back to their defaults";
+    tell(effSetChunk, sizeof(noState), noState);
+    tell(effMainsChanged);
 }
 
 /// A list of events as published, but as long as it has to be: null ones, other kinds, sizes and

@@ -34,6 +34,8 @@ public:
         while (!input_.IsEmpty())
             if (host_.plug != nullptr || host_.Load(entry))
                 DoSomething();
+        if (host_.plug != nullptr)
+            Reset();
     }
 
 private:
@@ -87,9 +89,21 @@ private:
         case 12:
             return host_.Call(19);
         default:
-            if (input_.OneIn(4))
+            if (input_.OneIn(32))
                 host_.Close();
         }
+    }
+    /// The plug-in object stays for the next input: to make one costs more than all that one does.
+    void Reset()
+    {
+        host_.answersNull = false;
+        host_.Call(19);
+        host_.Command(2, 0); // no sound
+        host_.Command(4, 44100);
+        for (std::int32_t controller = 0; controller < 129; ++controller)
+            host_.Exchange(74 + controller, 0, 1);
+        CScriptedStream noState(std::string("SSND\x04\0\0\0none", 12)); // back to the defaults
+        host_.Call(3, noState.Get(), std::int32_t{0});
     }
     void Start(std::intptr_t tag)
     {
@@ -124,7 +138,7 @@ private:
 
     fuzz::CInput input_;
     std::array<std::unique_ptr<ScriptedVoice>, 128> voices_;
-    CScriptedHost host_;
+    inline static CScriptedHost& host_ = *new CScriptedHost; // to the end of the process
 };
 
 } // namespace

@@ -5,7 +5,7 @@
 #include <string>
 
 #include "editor/PanelTable.h"
-#include "fuzz/Input.h"
+#include "fuzz/HostileVstHost.h"
 #include "fuzz/Machine.h"
 #include "hosts/module/VstPluginMain.cpp"
 #include "platform/headless/HeadlessWindow.h"
@@ -16,15 +16,10 @@ using namespace keldra::vst;
 
 namespace {
 
-VstIntPtr Answer(AEffect*, VstInt32 opcode, VstInt32, VstIntPtr, void*, float)
-{
-    return opcode == audioMasterVersion ? kVstVersion : 0;
-}
-
 class CUser {
 public:
     CUser(const fuzz::CMachine& machine, const std::uint8_t* data, std::size_t size)
-        : machine_(machine), input_(data, size), effect_(VSTPluginMain(Answer))
+        : machine_(machine), input_(data, size), effect_(&fuzz::KeptEffect(VSTPluginMain))
     {
         dialogs_.answers.clear();
     }
@@ -34,12 +29,12 @@ public:
         while (!input_.IsEmpty()) {
             CHeadlessWindow* const window = CHeadlessWindow::Newest();
             const int step = input_.UpTo(19);
-            if (window == nullptr || step == 0)
+            if (window == nullptr || (step == 0 && input_.OneIn(4)))
                 DoAsHost();
             else
                 DoAsUser(step, *window);
         }
-        Dispatch(effClose);
+        fuzz::ResetEffect(*effect_);
     }
 
 private:

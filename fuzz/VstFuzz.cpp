@@ -2,6 +2,7 @@
 // of range, null texts, windows opened twice and closed unopened, rates and block lengths of no
 // sense, several instances, and answers of its own that nobody can use.
 
+#include <span>
 #include <string>
 
 #include "fuzz/HostileVstHost.h"
@@ -81,20 +82,20 @@ void Dispatch(fuzz::CInput& input, AEffect& effect)
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size)
 {
     static const fuzz::CMachine machine;
+    std::vector<AEffect*> effects{&fuzz::KeptEffect(VSTPluginMain)};
     fuzz::CInput input(data, size);
     fuzz::hostInput = &input;
-    int framesLeft = kLongestBlock + 2000;
-    std::vector<AEffect*> effects;
+    int framesLeft = input.OneIn(32) ? kLongestBlock + 2000 : 2000;
     while (!input.IsEmpty()) {
         const int step = input.UpTo(19);
-        if (effects.empty() || (step == 0 && effects.size() < 3)) {
+        if (step == 0 && effects.size() < 3 && input.OneIn(8)) {
             if (AEffect* const made = VSTPluginMain(fuzz::HostileAnswer))
                 effects.push_back(made);
             continue;
         }
         const auto which = effects.begin() + input.UpTo(static_cast<int>(effects.size()) - 1);
         AEffect& effect = **which;
-        if (step == 1) {
+        if (step == 1 && which != effects.begin()) {
             effect.dispatcher(&effect, effClose, 0, 0, nullptr, 0.0f);
             effects.erase(which);
         } else if (step < 7) {
@@ -106,7 +107,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
             Dispatch(input, effect);
         }
     }
-    for (AEffect* const effect : effects)
+    for (AEffect* const effect : std::span(effects).subspan(1))
         effect->dispatcher(effect, effClose, 0, 0, nullptr, 0.0f);
+    fuzz::ResetEffect(*effects.front());
     return 0;
 }
