@@ -25,9 +25,18 @@ bool Fails()
 
 } // namespace
 
+// All of them: a sanitizer's own would hand out what these can't take back.
+void* operator new(std::size_t size, const std::nothrow_t&) noexcept
+{
+    return Fails() ? nullptr : std::malloc(size);
+}
+void* operator new[](std::size_t size, const std::nothrow_t&) noexcept
+{
+    return operator new(size, std::nothrow);
+}
 void* operator new(std::size_t size)
 {
-    void* const memory = Fails() ? nullptr : std::malloc(size);
+    void* const memory = operator new(size, std::nothrow);
     return memory != nullptr ? memory : throw std::bad_alloc();
 }
 void* operator new[](std::size_t size)
