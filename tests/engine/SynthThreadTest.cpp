@@ -7,11 +7,18 @@
 #include <vector>
 
 #include "tests/engine/SynthRig.h"
+#include "tests/frame/TestRenderer.h"
 
 // The whole synthesizer with two threads that do everything a host and an editor may do at any
 // time, and a third that renders.
 
 namespace keldra::test {
+
+namespace {
+
+CTestDefinition definition; // under ThreadSanitizer this file is the whole program
+
+} // namespace
 
 TEST(SynthThread, PlaysOnWhileOthersSetGetSaveLoadAndAsk)
 {

@@ -12,6 +12,8 @@ namespace keldra::test {
 
 namespace {
 
+CTestDefinition definition; // under ThreadSanitizer this file is the whole program
+
 /// Follows parameters; each program that is loaded here has one value everywhere, so that a part of
 /// a program shows as a mixture.
 class CFollower final : public CPluginRenderer {
