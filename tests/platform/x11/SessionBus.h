@@ -18,15 +18,23 @@ namespace keldra::test {
 class CSessionBus {
 public:
     explicit CSessionBus(const CTemporaryFolder& folder)
-        : socket_(folder.Path("bus")), address_("unix:path=" + socket_)
+        : address_("unix:path=" + folder.Path("bus"))
     {
         const std::string argument = "--address=" + address_;
         const char* const arguments[] = {"dbus-daemon", "--session",      "--nofork",
                                          "--nopidfile", argument.c_str(), nullptr};
         (void)::posix_spawn(&process_, "/usr/bin/dbus-daemon", nullptr, nullptr,
                             const_cast<char* const*>(arguments), environ);
-        for (int i = 0; i < 500 && ::access(socket_.c_str(), W_OK) != 0; ++i)
+        // The socket is there a moment before anybody listens at it.
+        for (int i = 0; i < 500; ++i) {
+            DBusConnection* const first = dbus_connection_open_private(address_.c_str(), nullptr);
+            if (first != nullptr) {
+                dbus_connection_close(first);
+                dbus_connection_unref(first);
+                break;
+            }
             ::usleep(10000);
+        }
     }
     ~CSessionBus()
     {
@@ -40,7 +48,6 @@ public:
     [[nodiscard]] const std::string& Address() const { return address_; }
 
 private:
-    const std::string socket_;
     const std::string address_;
     pid_t process_ = 0;
 };
