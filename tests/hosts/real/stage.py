@@ -53,7 +53,10 @@ def home(folder, **variables):
 
 
 def default_state(module):
-    """The state that an instance of the module begins with, asked in Python's own process."""
+    """The state that an instance of the module begins with, asked in Python's own process: of a copy
+    without banks, from which it would take the first program."""
+    alone = tempfile.TemporaryDirectory()
+    module = shutil.copy(module, alone.name)
     callback = ctypes.CFUNCTYPE(ctypes.c_ssize_t, ctypes.c_void_p, ctypes.c_int32, ctypes.c_int32,
                                 ctypes.c_ssize_t, ctypes.c_void_p, ctypes.c_float)
     host = callback(lambda effect, opcode, *_: 2400 if opcode == 1 else 0)
