@@ -14,7 +14,8 @@ packages() {
     done
 }
 
-# install_packages SECTION...: with apt, as root or by sudo; nothing when all are there.
+# install_packages SECTION...: with apt, as root or by sudo; nothing when all are there. Whatever else
+# is installed stays.
 install_packages() {
     local package missing=()
     command -v dpkg-query >/dev/null ||
@@ -33,7 +34,8 @@ install_packages() {
     say "Installing ${missing[*]}"
     "${root[@]}" apt-get update -qq || true
     "${root[@]}" env DEBIAN_FRONTEND=noninteractive \
-        apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null ||
+        apt-get install -y -qq --no-install-recommends --no-remove \
+        "${missing[@]}" >/dev/null ||
         fail "apt-get could not install: ${missing[*]}"
 }
 
