@@ -12,13 +12,14 @@ namespace keldra {
 
 namespace {
 
+constexpr float kPercentSteps = 100.0f;
 constexpr float kQuarterSteps = 7.0f; ///< delay times: eight of them
 
 // --- Writing ---
 
 void WritePercent(float value, CTextWriter& writer)
 {
-    writer.AppendInt(std::clamp(TruncateToInt(value * 100.0f), 0, 100)).Append(" %");
+    writer.AppendInt(std::clamp(TruncateToInt(value * kPercentSteps), 0, 100)).Append(" %");
 }
 
 float Scaled(const ParameterRow& row, float value)
@@ -184,7 +185,10 @@ double StoredValue(const ParameterRow& row, double number)
     const double high = static_cast<double>(row.high);
     switch (row.display) {
     case EDisplay::Percent:
-        return number / 100.0;
+        if (number != std::trunc(number))
+            return number / 100.0;
+        return static_cast<double>(
+            AtStep(static_cast<int>(std::clamp(number, 0.0, 100.0)), kPercentSteps));
     case EDisplay::SignedPercent:
     case EDisplay::SignedCents:
         return (number + 100.0) / 200.0;

@@ -124,12 +124,7 @@ TEST(ValueText, UnderstandsWhatItWritesAndWhatPeopleType)
             const std::string text = TextOf(row.index, value);
             const auto read = ParseValueText(row.index, text);
             ASSERT_TRUE(read.has_value()) << row.name << ": " << text;
-            // Percentages are written truncated, so that a text stands for its lower end.
-            if (row.display == EDisplay::Percent) {
-                EXPECT_NEAR(*read, value, 0.0101f) << row.name;
-            } else {
-                EXPECT_EQ(TextOf(row.index, *read), text) << row.name << " at " << value;
-            }
+            EXPECT_EQ(TextOf(row.index, *read), text) << row.name << " at " << value;
         }
 
     struct Case {
