@@ -38,7 +38,8 @@ bool Choose(int index, int number, float& choice)
 void KeldraSynth::ApplyParameter(int index, float value)
 {
     if (index >= 0 && index < kHostParameterCount) {
-        ApplyNamed(index, Clamped(value, 0.0f, 1.0f));
+        const bool isSwitch = RowOf(index).form == EForm::Switch; // on for whatever isn't 0
+        ApplyNamed(index, isSwitch ? value : Clamped(value, 0.0f, 1.0f));
     } else if (index >= kSpare74 && index <= kLfoSync) {
         ApplyEngineSetting(index, value);
     } else if (index >= kFirstControllerLink && index <= kLastControllerLink) {

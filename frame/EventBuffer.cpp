@@ -15,8 +15,12 @@ void CEventBuffer::MidiProgramChange(int) {}
 EventNode* CEventBuffer::AddEvent(std::uint32_t time, int)
 {
     ++count_;
-    if ((tail_ != nullptr && time < tail_->time) || poolUsed_ == kCapacity)
+    if (tail_ != nullptr && time < tail_->time)
         return nullptr;
+    if (poolUsed_ == kCapacity) {
+        lostEvents_ = true;
+        return nullptr;
+    }
     EventNode* node = &pool_[static_cast<std::size_t>(poolUsed_++)];
     *node = EventNode{time, 4, {}, nullptr};
     (tail_ != nullptr ? tail_->next : head_) = node;
@@ -91,6 +95,7 @@ void CEventBuffer::ClearEvents()
     head_ = tail_ = nullptr;
     poolUsed_ = 0;
     count_ = 0;
+    lostEvents_ = false;
 }
 
 void CEventBuffer::MoveEventsToStart()

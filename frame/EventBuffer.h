@@ -64,6 +64,9 @@ public:
     /// out.
     void MoveEventsToStart();
 
+    /// An event has found no room since the last ClearEvents.
+    [[nodiscard]] bool LostEvents() const { return lostEvents_; }
+
     /// Calls of AddEvent since the last ClearEvents, discarded ones included.
     [[nodiscard]] int EventCount() const { return count_; }
 
@@ -73,6 +76,7 @@ private:
     EventNode* head_ = nullptr;
     EventNode* tail_ = nullptr;
     int count_ = 0;
+    bool lostEvents_ = false;
 };
 
 } // namespace keldra

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <functional>
 #include <thread>
 #include <utility>
 
@@ -14,10 +15,19 @@ namespace keldra {
 namespace {
 
 constexpr int kDefaultBlockFrames = 512;
+constexpr MidiMessage kAllNotesOff = {0xB0, 123, 0, 0};
 
 bool SameBits(float a, float b)
 {
     return std::bit_cast<std::uint32_t>(a) == std::bit_cast<std::uint32_t>(b);
+}
+
+void Deliver(const float* sound, int frames, float* host, CPluginRenderer::EMode mode)
+{
+    if (mode == CPluginRenderer::EMode::Replacing)
+        std::copy_n(sound, frames, host);
+    else
+        std::transform(sound, sound + frames, host, host, std::plus<>{});
 }
 
 } // namespace
@@ -228,6 +238,8 @@ void CPluginRenderer::ProcessBlock(const HostBuffers& buffers, EMode mode)
     const CProcessingOperation operation(*this);
     if (operation.MayRun()) {
         RunBlockLoop(buffers, mode);
+        if (LostEvents())
+            DispatchMessage(kAllNotesOff); // the end of a note may be among them
         ClearEvents();
         return;
     }
@@ -263,12 +275,7 @@ void CPluginRenderer::RunBlockLoop(const HostBuffers& buffers, EMode mode)
         framesToNext -= frames;
 
         output_.SetFrameCount(frames);
-        if (mode == EMode::Replacing)
-            output_.ClearAll();
-        else
-            for (int channel = 0; channel < output_.ChannelCount(); ++channel)
-                if (const float* host = buffers.outputs[channel])
-                    std::copy_n(host + position, frames, output_.Channel(channel));
+        output_.ClearAll();
         if (buffers.inputs != nullptr && input_.ChannelCount() > 0) {
             input_.SetFrameCount(frames);
             for (int channel = 0; channel < input_.ChannelCount(); ++channel)
@@ -278,7 +285,7 @@ void CPluginRenderer::RunBlockLoop(const HostBuffers& buffers, EMode mode)
         Render();
         for (int channel = 0; channel < output_.ChannelCount(); ++channel)
             if (float* host = buffers.outputs[channel])
-                std::copy_n(output_.Channel(channel), frames, host + position);
+                Deliver(output_.Channel(channel), frames, host + position, mode);
 
         position += frames;
         if (framesToNext == 0)

@@ -78,7 +78,7 @@ public:
     [[nodiscard]] virtual double GetSampleRate() const;   ///< Hz; any thread
     virtual void SetTransportPlaying(bool playing);
 
-    /// Renders the output block's frame count into it, adding to what the frame put there.
+    /// Renders the output block's frame count into it. The frame has cleared it.
     virtual void Render();
     virtual AudioBlock* GetOutputBuffer();
     virtual AudioBlock* GetInputBuffer();

@@ -10,7 +10,14 @@ struct SmoothedValue {
     float target = 0.0f;
     float smoothed = 0.0f;
 
-    void Step() { smoothed += (target - smoothed) * 0.04f; } ///< once per render call
+    /// Once per render call.
+    void Step()
+    {
+        const float next = smoothed + (target - smoothed) * 0.04f;
+        // Rounding ends this a little below a target that rises: a sweep of 24 semitones would be
+        // one of 23.
+        smoothed = next == smoothed ? target : next;
+    }
     void Jump() { smoothed = target; }
 };
 

@@ -202,7 +202,7 @@ void CDNWrapper::ShowEditor(std::uintptr_t parent)
     editorWindow = 0;
     if (editor_->IsOpen())
         editor_->Close();
-    if (parent != 0 && editor_->LoadSkin() && editor_->Open(reinterpret_cast<void*>(parent)))
+    if (parent != 0 && editor_->Open(reinterpret_cast<void*>(parent)))
         editorWindow = reinterpret_cast<std::uintptr_t>(editor_->WindowHandle());
 }
 
@@ -220,7 +220,7 @@ std::int32_t CDNWrapper::OnHostEvent(std::int32_t id, std::intptr_t value, std::
     if (id != kTempoEvent)
         return 0;
     const float tempo = std::bit_cast<float>(static_cast<std::uint32_t>(value));
-    if (std::isfinite(tempo) && tempo > 0.0f)
+    if (std::isfinite(tempo))
         tempo_ = static_cast<double>(tempo);
     return 0;
 }
@@ -424,7 +424,7 @@ void CDNWrapper::TakeHostClock(std::optional<double> quarterNotes)
 {
     if (quarterNotes)
         renderer_->SetSongPosition(*quarterNotes);
-    if (const double tempo = tempo_.exchange(0.0); tempo > 0.0)
+    if (const double tempo = tempo_.exchange(kNothingNew); !std::isnan(tempo))
         renderer_->SetTempo(tempo);
     if (playingIsNews_.exchange(false))
         renderer_->SetTransportPlaying(playing_);

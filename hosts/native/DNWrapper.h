@@ -3,6 +3,7 @@
 #include <array>
 #include <atomic>
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <span>
@@ -93,7 +94,8 @@ private:
     // What the host says of its clock on any thread, until the next render takes it.
     std::atomic<bool> playing_{false};
     std::atomic<bool> playingIsNews_{false};
-    std::atomic<double> tempo_{0.0}; ///< beats per minute; 0 = nothing new
+    static constexpr double kNothingNew = std::numeric_limits<double>::quiet_NaN();
+    std::atomic<double> tempo_{kNothingNew}; ///< beats per minute
 };
 
 /// What the module's entry does.

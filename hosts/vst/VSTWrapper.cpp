@@ -58,6 +58,7 @@ std::unique_ptr<CVSTWrapper> CVSTWrapper::Create(audioMasterCallback host)
     wrapper->getHostProductString(product.data());
     definition.SetHostNames(TextIn(vendor), TextIn(product));
     wrapper->hostTakesEdits_ = TextIn(product) != "Ardour";
+    wrapper->hostRepeatsStates_ = TextIn(product) == "Qtractor";
     if (!definition.CanCreateInstance())
         return nullptr;
     wrapper->MakeRendererAndEditor();
@@ -211,11 +212,12 @@ void CVSTWrapper::setParameter(VstInt32 index, float value)
 // every parameter, and lose a semitone wherever six digits fall short of its step.
 bool CVSTWrapper::IsPoorCopyOfState(int index, float value)
 {
-    if (index < 0 || index >= kParameterCount ||
-        !isAsRestored_[static_cast<std::size_t>(index)].exchange(false))
+    if (!hostRepeatsStates_ || index < 0 || index >= kParameterCount)
         return false;
-    const float cut = std::fmin(std::fmax(renderer_->GetParameter(index), 0.0f), 1.0f);
-    return std::fabs(value - cut) < 1e-6f;
+    const float stored = renderer_->GetParameter(index);
+    if (value == stored || !isAsRestored_[static_cast<std::size_t>(index)].exchange(false))
+        return false;
+    return std::fabs(value - std::fmin(std::fmax(stored, 0.0f), 1.0f)) < 1e-6f;
 }
 
 float CVSTWrapper::getParameter(VstInt32 index)
@@ -225,7 +227,12 @@ float CVSTWrapper::getParameter(VstInt32 index)
 
 void CVSTWrapper::setProgramName(char* name)
 {
-    if (renderer_ != nullptr)
+    if (renderer_ == nullptr)
+        return;
+    // A host that hands back what it was told, which had to be cut, means no new name.
+    std::array<char, kProgramNameRoom> told;
+    renderer_->GetProgramName(told);
+    if (TextIn(told) != name)
         renderer_->SetProgramName(name);
 }
 

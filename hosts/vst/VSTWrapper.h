@@ -76,8 +76,8 @@ private:
     void MakeRendererAndEditor();
     void RunBlock(float** inputs, float** outputs, VstInt32 frames, CPluginRenderer::EMode mode);
     SongTime AskHostForTime();
-    /// That `value` is the first for its parameter since a state came in, and says the same less
-    /// well.
+    /// That the host is one that repeats a state value by value, and `value` is the first that is
+    /// new for its parameter since then and says the same less well.
     bool IsPoorCopyOfState(int index, float value);
     [[nodiscard]] bool IsReported(int index) const { return index >= 0 && index < numParams; }
 
@@ -85,6 +85,7 @@ private:
     /// the thread of its plug-in windows lacks the tempo map that it looks up then. So it isn't
     /// told.
     bool hostTakesEdits_ = true;
+    bool hostRepeatsStates_ = false; ///< see IsPoorCopyOfState
     std::unique_ptr<CPluginRenderer> renderer_;
     std::unique_ptr<std::byte[]> chunk_; ///< what the host was handed last
     /// The host hasn't set this parameter since a state came in. Any thread.

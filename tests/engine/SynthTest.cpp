@@ -89,6 +89,16 @@ TEST(Synth, PlaysTheRightPitchAtEveryRate)
     bent.Press(57);
     bent.Midi(0xE0, 0x7F, 0x7F);
     EXPECT_NEAR(FrequencyHz(bent.Render(48000).left, 48000.0), 440.0, 0.6);
+
+    for (const auto& [amount, key] : {std::pair{"100 %", 33}, {"50 %", 45}, {"-100 %", 81}}) {
+        CSynthRig swept;
+        swept.Set("EG Dest", "Frq AB");
+        SetDullSound(swept);
+        swept.Set("EG Amount", amount); // while it plays: it arrives as exactly as at first
+        swept.Render(48000);
+        swept.Press(key);
+        EXPECT_NEAR(FrequencyHz(swept.Render(48000).left, 48000.0), 219.87, 0.15) << amount;
+    }
 }
 
 // The plain scalar reading of the whole road from note to output, against the real thing with its

@@ -65,6 +65,7 @@ TEST(BlockLoop, DiscardsEventsOutOfOrderAndBeyondThePool)
     renderer.Process(64);
     EXPECT_EQ(renderer.log[1], "on 60");
     EXPECT_EQ(renderer.log[2], "on 62");
+    EXPECT_EQ(renderer.log.back(), "cc 123 0.000000") << "an end of a note may have been lost";
     EXPECT_EQ(renderer.EventCount(), 0);
 }
 

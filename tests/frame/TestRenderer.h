@@ -25,7 +25,7 @@ public:
         log.push_back("render " + std::to_string(output_.FrameCount()));
         for (int channel = 0; channel < 2; ++channel)
             for (int i = 0; i < output_.FrameCount(); ++i)
-                output_.Channel(channel)[i] += 1.0f;
+                output_.Channel(channel)[i] = 1.0f;
     }
     void NoteOn(int key) override { log.push_back("on " + std::to_string(key)); }
     void NoteOff(int key) override { log.push_back("off " + std::to_string(key)); }

@@ -254,7 +254,13 @@ TEST_F(VstBinding, AnswersEveryOpcodeAsPublished)
 TEST_F(VstBinding, WritesTextsThatEndWithinWhatHostsProvide)
 {
     Load();
-    host_.Dispatch(effSetProgramName, 0, 0, std::string(500, 'p').data());
+    std::string longName(500, 'p');
+    host_.Dispatch(effSetProgramName, 0, 0, longName.data());
+    longName.resize(24); // what it was told itself is no new name
+    host_.Dispatch(effSetProgramName, 0, 0, longName.data());
+    std::array<char, 600> kept;
+    CFakeRenderer::newest.load()->GetProgramName(kept);
+    EXPECT_EQ(std::strlen(kept.data()), 500u);
     struct Case {
         VstInt32 opcode, index;
         const char* text; ///< null: as long as there is room
@@ -507,6 +513,7 @@ TEST_F(VstBinding, SavesAndRestoresWholePrograms)
 
 TEST_F(VstBinding, KeepsARestoredStateWhenTheHostRepeatsItCutAndRounded)
 {
+    host_.product = "Qtractor";
     Load();
     const auto set = [&](int index, float value) {
         host_.effect->setParameter(host_.effect, index, value);
@@ -540,6 +547,13 @@ TEST_F(VstBinding, KeepsARestoredStateWhenTheHostRepeatsItCutAndRounded)
     host_.Dispatch(effSetChunk, 0, 3, saved.data());
     set(76, 1.0f);
     EXPECT_EQ(get(76), 1.0f) << "a refused state isn't repeated";
+
+    host_.Close();
+    host_.product = "Fake";
+    Load();
+    host_.Dispatch(effSetChunk, 0, 692, saved.data());
+    set(76, 1.0f);
+    EXPECT_EQ(get(76), 1.0f) << "other hosts mean what they set";
 }
 
 TEST_F(VstBinding, TellsTheHostOfEditsWithinItsRange)

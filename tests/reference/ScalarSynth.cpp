@@ -202,7 +202,7 @@ void ScalarSynth::NoteOff(int key)
 void ScalarSynth::Render(float* left, float* right, int frames)
 {
     for (SmoothedValue* value : Smoothed())
-        value->smoothed += (value->target - value->smoothed) * 0.04f;
+        value->Step();
 
     std::vector<ScalarVoice*> order;
     for (auto& voice : voices_)
