@@ -352,6 +352,11 @@ TEST(TortureThread, EveryNoteEndsAndNoMemoryIsKept)
     for (int i = 0; i < plan.instances; ++i)
         victims.push_back(std::make_unique<CVictim>(module));
 
+    CDice dice(plan.seed);
+    for (const auto& victim : victims) { // images and panels come with windows, and stay
+        victim->ToggleEditor(dice);
+        victim->ToggleEditor(dice);
+    }
     constexpr int kPauses = 5;
     std::vector<std::size_t> inUse;
     for (int i = 0; i < kPauses && !HasFailure(); ++i) {
