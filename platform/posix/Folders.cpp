@@ -13,7 +13,11 @@ namespace {
 
 FileStamp StampOf(const struct stat& status)
 {
-    return {status.st_mtim.tv_sec * std::int64_t{1'000'000'000} + status.st_mtim.tv_nsec,
+    // Unsigned: disks keep dates beyond 2262, and whoever has such a file, damaged or made where
+    // the clock was wrong, needs no date but a number that differs.
+    const auto seconds = static_cast<std::uint64_t>(status.st_mtim.tv_sec);
+    const auto nanoseconds = static_cast<std::uint64_t>(status.st_mtim.tv_nsec);
+    return {static_cast<std::int64_t>(seconds * 1'000'000'000 + nanoseconds),
             static_cast<std::uint64_t>(status.st_size), static_cast<std::uint64_t>(status.st_ino)};
 }
 

@@ -1,6 +1,7 @@
 #include "platform/Folders.h"
 
 #include <algorithm>
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <random>
 #include <string>
@@ -91,6 +92,9 @@ TEST(Folders, LeaveOutWhatCouldHarmOrHasNoName)
     std::filesystem::create_symlink(".", folder.Path("itself"));
     std::filesystem::create_symlink("Pad 9.fxp", folder.Path("linked.fxp"));
     ASSERT_EQ(::mkfifo(folder.Path("pipe").c_str(), 0600), 0);
+    constexpr auto kThen = static_cast<time_t>(13569465600); // seconds
+    const timespec inThe25thCentury[] = {{kThen, 0}, {kThen, 0}};
+    ASSERT_EQ(::utimensat(AT_FDCWD, folder.Path("Pad 9.fxp").c_str(), inThe25thCentury, 0), 0);
     EXPECT_EQ(NamesIn(folder.Path()), (std::vector<std::string>{"bank/", "itself/", "linked.fxp",
                                                                 "Pad 9.fxp", "Pad 10.fxp"}));
 
