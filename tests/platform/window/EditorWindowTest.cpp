@@ -237,6 +237,32 @@ TEST_F(EditorWindow, LetsGoWhenItIsTakenAwayInMidDrag)
     }
 }
 
+// The host's own thread is the first to meet it, in whatever it asks of the editor.
+TEST(EditorWindowServer, MayDieInMidDragBeforeAnybodyHasSeenIt)
+{
+    CXvfb server;
+    server.SetUp();
+    CXHost host;
+    CWatchedPort port;
+    EXPECT_TRUE(port.Open(host.Window()));
+    host.Show({100, 100}, {340, 480});
+    host.MoveTo({128, 128});
+    host.Press(1);
+    EXPECT_TRUE(Eventually([&] { return port.gestures == 1; }));
+    {
+        const CUiLock lock; // the window's thread has to wait
+        kill(CXvfb::Newest(), SIGKILL);
+        siginfo_t ended;
+        waitid(P_PID, static_cast<id_t>(CXvfb::Newest()), &ended, WEXITED | WNOWAIT);
+        port.RedrawAll();
+        port.PresentAll();
+        port.Close();
+        EXPECT_EQ(port.held, 0);
+    }
+    EXPECT_FALSE(port.Open(host.Window()));
+    server.TearDown();
+}
+
 /// Memory of this process that is in use, and of the server's process all that it has, in KiB.
 long UsedHere()
 {
