@@ -1,6 +1,10 @@
 #include "presets/PresetList.h"
 
+#include <algorithm>
+#include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <random>
 
 #include "presets/LibraryFolder.h"
 #include "tests/presets/PresetRig.h"
@@ -159,6 +163,105 @@ TEST(PresetList, SeesWhatChangedOnTheDisk)
     const CProcessingOperation operation(*rig.renderer);
     EXPECT_TRUE(presets.SelectProgramFromMemory(2));
     EXPECT_EQ(rig.renderer->Values(0, 80), std::set<float>{0.42f});
+}
+
+/// Others sort the folders meanwhile, a stick is pulled out, a network is gone: what is listed may
+/// be old, but it is whole, and what was loaded is what one file held.
+TEST(PresetList, LivesWithALibraryThatChangesWhileItIsUsed)
+{
+    namespace fs = std::filesystem;
+    CPresetRig rig;
+    CPresetList& presets = rig.Presets();
+    std::minstd_rand random(1);
+    const auto upTo = [&](int most) {
+        return static_cast<int>(random() % static_cast<unsigned>(most + 1));
+    };
+    const std::string library = presets.LibraryFolder();
+    const auto somewhere = [&](int depth) {
+        constexpr const char* kBanks[] = {"/Basses", "/leads", "/Xtra", "/New"};
+        constexpr const char* kPrograms[] = {"/Bass 9.keldra", "/Soft.keldra", "/Deep.fxp"};
+        return library + (depth > 0 ? kBanks[upTo(3)] : "") + (depth > 1 ? kPrograms[upTo(2)] : "");
+    };
+    const auto change = [&] {
+        const std::string path = somewhere(std::min(1 + upTo(9), 2) - (upTo(49) == 0 ? 1 : 0));
+        const std::string relative = path.substr(rig.folder.Path().size() + 1);
+        std::error_code error; // most of it may be impossible just now
+        switch (upTo(7)) {
+        case 0:
+            fs::remove_all(path, error);
+            break;
+        case 1:
+            fs::rename(path, somewhere(1 + upTo(1)), error);
+            break;
+        case 2:
+            fs::permissions(path, fs::perms(upTo(1) == 0 ? 0 : 0700), error);
+            break;
+        case 3: // a file where a folder was, or the other way round
+            fs::remove_all(path, error);
+            if (upTo(1) == 0)
+                fs::create_directories(path, error);
+            else
+                std::ofstream(path) << "x";
+            break;
+        case 4:
+            fs::create_directories(fs::path(path).parent_path(), error);
+            std::ofstream(path, std::ios::binary) << Block(0.0f).substr(0, unsigned(upTo(16)));
+            break;
+        default:
+            fs::create_directories(fs::path(path).parent_path(), error);
+            std::ofstream(path, std::ios::binary) << Block(static_cast<float>(upTo(99)) / 100.0f);
+        }
+    };
+    rig.renderer->SetChunk(Block(0.5f).data(), kStateSize);
+    int loads = 0;
+    for (int round = 0; round < 4000; ++round) {
+        for (int i = upTo(4); i > 0; --i)
+            change();
+        switch (upTo(7)) {
+        case 0:
+            presets.ScanBanks();
+            break;
+        case 1:
+            presets.SelectBank(upTo(5) - 1);
+            break;
+        case 2:
+            presets.SelectProgram(upTo(5) - 1);
+            break;
+        case 3:
+            upTo(1) == 0 ? presets.NextProgram() : presets.PreviousProgram();
+            break;
+        case 4: {
+            const CProcessingOperation operation(*rig.renderer);
+            upTo(1) == 0 ? presets.SelectBankFromMemory(upTo(4))
+                         : presets.SelectProgramFromMemory(upTo(4));
+            break;
+        }
+        case 5: {
+            const bool saved = presets.SaveProgram(somewhere(2));
+            EXPECT_TRUE(!saved || Slurp(presets.CurrentPath()).size() == kStateSize);
+            break;
+        }
+        default: {
+            const std::string path = presets.CurrentPath();
+            const std::string content = fs::is_regular_file(path) ? Slurp(path) : "";
+            if (presets.LoadProgram(path)) {
+                ++loads;
+                EXPECT_EQ(ReadStateBlock(std::as_bytes(std::span(content))).values[0],
+                          *rig.renderer->Values().begin());
+            }
+        }
+        }
+        EXPECT_EQ(rig.renderer->Values().size(), 1u) << "a mixture";
+        const CPresetList::Lists lists = presets.GetLists();
+        EXPECT_LT(lists.bank, std::ssize(lists.banks));
+        EXPECT_LT(lists.program, std::ssize(lists.programs));
+        ASSERT_FALSE(HasFailure()) << "round " << round;
+    }
+    EXPECT_GT(loads, 100);
+    fs::remove_all(library);
+    rig.folder.Write("Library/Basses/Bass 9.keldra", Block(0.09f));
+    presets.ScanBanks();
+    EXPECT_EQ(presets.GetLists().banks, Names{"Basses"});
 }
 
 TEST(PresetList, IsEmptyWhereThereIsNoLibrary)
