@@ -1,7 +1,9 @@
 // What the panel does beyond its single controls: programs, controller links, the preset browser,
 // the about box, and a skin that isn't what it should be.
 
+#include <filesystem>
 #include <functional>
+#include <random>
 
 #include "editor/PresetListAboutBox.h"
 #include "editor/PresetListEditor.h"
@@ -368,6 +370,59 @@ TEST(PanelSkin, IsGreyWithoutAnImageAndEverythingElseLives)
         EXPECT_EQ(rig.Seen(), before);
     }
     unsetenv("KELDRA_DEBUG");
+}
+
+// Somebody paints a skin of their own, and changes it while the window is open.
+TEST(PanelSkin, IsOpenedAndUsedWithPicturesOfAnySize)
+{
+    std::minstd_rand random(1);
+    const auto upTo = [&](int most) {
+        return static_cast<int>(random() % static_cast<unsigned>(most + 1));
+    };
+    const CMachine machine;
+    machine.CopySkin();
+    const auto change = [&](const SkinImageRow& row) {
+        const std::string inside = "root/Skin/" + std::string(row.file);
+        const int sizes[] = {1, 2, 127, 128, row.Width(), row.Height(), upTo(2000)};
+        const int width = sizes[upTo(6)];
+        const int height = sizes[upTo(6)];
+        std::string file(18, '\0');
+        file[2] = 2; // colours, not packed
+        for (const auto& [at, number] : {std::pair(12u, width), std::pair(14u, height)}) {
+            file[at] = static_cast<char>(number & 0xFF);
+            file[at + 1] = static_cast<char>(number >> 8);
+        }
+        file[16] = upTo(1) == 0 ? 24 : 32;
+        file.append(static_cast<std::size_t>(width * height * file[16] / 8), '\x60');
+        if (upTo(9) == 0)
+            file.resize(18 + static_cast<std::size_t>(upTo(40)));
+        machine.Write(inside, file);
+    };
+    for (int round = 0; round < 4; ++round) {
+        for (const SkinImageRow& row : kSkinImages)
+            change(row);
+        CPanelRig rig;
+        for (int opened = 0; opened < 2 && !HasFailure(); ++opened) {
+            for (int i = 0; i < 50; ++i) {
+                const PanelRect& rect =
+                    kPanelControls[static_cast<std::size_t>(upTo(kPanelControls.size() - 1))].rect;
+                rig.window->MoveTo({rect.x + upTo(rect.width), rect.y + upTo(rect.height)});
+                rig.window->Press();
+                rig.window->MoveBy(upTo(40) - 20, upTo(40) - 20);
+                rig.window->Tick(1);
+                rig.window->Release();
+                rig.window->Wheel(static_cast<float>(upTo(2) - 1));
+            }
+            rig.ClickAt({40, 15}); // the about box
+            rig.ClickAt({40, 15});
+            for (const SkinImageRow& row : kSkinImages)
+                upTo(1) == 0 ? std::filesystem::resize_file(
+                                   machine.Path("root/Skin/") + std::string(row.file), 10)
+                             : change(row);
+            rig.host->CloseEditor();
+            rig.Open(); // as it was: nobody has closed the last instance
+        }
+    }
 }
 
 } // namespace
