@@ -61,7 +61,7 @@ inline void ResetEffect(AEffect& effect)
         effect.dispatcher(&effect, opcode, 0, value, ptr, opt);
     };
     tell(effEditClose);
-    tell(effSetSampleRate, 0, nullptr, 44100.0f);
+    tell(effSetSampleRate, 0, nullptr, 8000.0f); // tapes of two seconds are most of the work
     VstMidiEvent midi{};
     midi.type = kVstMidiType;
     std::memcpy(midi.midiData, "\xB0\x79", 3); // all controllers

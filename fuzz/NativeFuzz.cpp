@@ -98,8 +98,8 @@ private:
     {
         host_.answersNull = false;
         host_.Call(19);
-        host_.Command(2, 0); // no sound
-        host_.Command(4, 44100);
+        host_.Command(2, 0);    // no sound
+        host_.Command(4, 8000); // tapes of two seconds would be most of the work
         for (std::int32_t controller = 0; controller < 129; ++controller)
             host_.Exchange(74 + controller, 0, 1);
         CScriptedStream noState(std::string("SSND\x04\0\0\0none", 12)); // back to the defaults
