@@ -317,7 +317,7 @@ void CX11Window::OnEvent(const xcb_generic_event_t& event)
                             focus.mode == XCB_NOTIFY_MODE_UNGRAB ||
                             focus.detail == XCB_NOTIFY_DETAIL_POINTER;
         if (!passes)
-            client_.OnFocus((event.response_type & 0x7f) == XCB_FOCUS_IN);
+            OnFocus((event.response_type & 0x7f) == XCB_FOCUS_IN);
         break;
     }
     case XCB_UNMAP_NOTIFY: // the server ends a grab of a window that isn't seen
@@ -355,6 +355,20 @@ void CX11Window::OnEvent(const xcb_generic_event_t& event)
     }
 }
 
+// A click on a window that isn't active has the window manager give it the focus, and the host
+// takes it, a moment after our control has. That isn't the user going elsewhere, so what the click
+// began (a drag, a menu, a text) goes on, and the focus comes back. Once a press: a host may
+// insist.
+void CX11Window::OnFocus(bool in)
+{
+    if (in || !std::exchange(keepsFocus_, false)) {
+        client_.OnFocus(in);
+        return;
+    }
+    xcb_set_input_focus(connection_.get(), XCB_INPUT_FOCUS_PARENT, window_, XCB_CURRENT_TIME);
+    xcb_flush(connection_.get());
+}
+
 bool CX11Window::IsDoubleClick(const xcb_button_press_event_t& event)
 {
     const PixelPoint at{event.event_x, event.event_y};
@@ -383,6 +397,7 @@ void CX11Window::OnButton(const xcb_button_press_event_t& event, bool down)
     }
     if (event.detail < 1 || event.detail > 3)
         return;
+    keepsFocus_ = down;
     constexpr EMouseButton kButtons[] = {EMouseButton::Left, EMouseButton::Middle,
                                          EMouseButton::Right};
     auto kind = PointerEvent::EKind::Up;

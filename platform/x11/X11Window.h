@@ -47,6 +47,7 @@ private:
     void OnMotion(const xcb_motion_notify_event_t& event, std::uint32_t sequence);
     void OnCrossing(const xcb_enter_notify_event_t& event, bool leaves);
     void OnKey(const xcb_key_press_event_t& event, bool down);
+    void OnFocus(bool in);
     void OnMessage(const xcb_client_message_event_t& event);
     void OnSelection(const xcb_selection_notify_event_t& event);
     [[nodiscard]] bool IsViewable() const;
@@ -77,6 +78,7 @@ private:
         PixelPoint at;
     };
     Click lastClick_;
+    bool keepsFocus_ = false; ///< a button has gone down, and nobody has taken the focus since
 
     bool captured_ = false;
     bool hidden_ = false;

@@ -269,6 +269,47 @@ TEST_F(X11Window, HandsKeysOnThatNobodyWants)
     EXPECT_FALSE(recorder_.keys[5].down);
 }
 
+TEST_F(X11Window, KeepsTheFocusThatItsClickHasTheWindowManagerTake)
+{
+    OpenShown();
+    const auto host = static_cast<xcb_window_t>(host_.Window());
+    const auto giveToHost = [&] {
+        xcb_set_input_focus(host_.Connection(), XCB_INPUT_FOCUS_PARENT, host, XCB_CURRENT_TIME);
+        host_.Sync();
+    };
+    const auto focused = [&] {
+        const CXcbReply<xcb_get_input_focus_reply_t> reply(xcb_get_input_focus_reply(
+            host_.Connection(), xcb_get_input_focus(host_.Connection()), nullptr));
+        return reply != nullptr && reply->focus == Handle();
+    };
+    host_.Press(1);
+    EXPECT_TRUE(EventuallyLocked([&] { return !recorder_.pointer.empty(); }));
+    EXPECT_TRUE(EventuallyLocked([&] {
+        recorder_.window->TakeFocus();
+        return !recorder_.focus.empty() && recorder_.focus.back();
+    }));
+    giveToHost();
+    EXPECT_TRUE(Eventually(focused));
+    {
+        const CUiLock lock;
+        EXPECT_EQ(std::ranges::count(recorder_.focus, false), 0);
+    }
+    giveToHost(); // insists
+    EXPECT_TRUE(EventuallyLocked([&] { return !recorder_.focus.back(); }));
+    EXPECT_FALSE(focused());
+    host_.Release(1);
+
+    host_.Press(1);
+    host_.Release(1);
+    EXPECT_TRUE(EventuallyLocked([&] {
+        recorder_.window->TakeFocus();
+        return recorder_.focus.back() && recorder_.pointer.back().kind == PointerEvent::EKind::Up;
+    }));
+    giveToHost(); // nothing is held: the user has gone
+    EXPECT_TRUE(EventuallyLocked([&] { return !recorder_.focus.back(); }));
+    EXPECT_FALSE(focused());
+}
+
 TEST_F(X11Window, TakesADroppedFile)
 {
     OpenShown();
