@@ -12,7 +12,7 @@ import struct
 import sys
 import time
 
-from listen import Findings, Recording, midi_clip
+from listen import Findings, midi_clip
 from stage import (CUTOFF_KNOB, Stage, careful_state, cutoff_in, home, need, packed, painted, run,
                    unpacked, without_cutoff)
 
@@ -60,14 +60,6 @@ def write_song(folder, module, state):
         SONG.format(folder=folder, module=module, state=packed(state)))
 
 
-def state_in(song):
-    """@return (state, value that Qtractor holds of our cutoff)"""
-    text = song.read_text()
-    state = re.search(r'<config key="chunk">([^<]*)<', text).group(1)
-    cutoff = re.search(r'<param (?=[^>]*index="18")[^>]*>([^<]*)<', text)
-    return unpacked(state), cutoff and float(cutoff.group(1))
-
-
 def open_editor(stage, main):
     """The plug-in's line is in the track's list; where exactly, the fonts decide."""
     for y in (183, 175, 191, 167, 199, 207, 159, 215):
@@ -88,19 +80,15 @@ class Qtractor:
         stage.wait("Qtractor's ports", lambda: "Qtractor:Master/out_1" in stage.ports())
 
     def play(self, wav, **what):
-        self.stage.transport("stop", "locate 0")
-        time.sleep(0.5)
-        self.stage.record(wav, 7, "Qtractor:Master/out_1", "Qtractor:Master/out_2",
-                          start=lambda: self.stage.transport("play"), **what)
-        self.stage.transport("stop")
-        return Recording(wav)
+        return self.stage.play(wav, 7, "Qtractor:Master/out_1", "Qtractor:Master/out_2", **what)
 
     def save(self):
-        before = self.song.stat().st_mtime_ns
-        self.process.send_signal(signal.SIGUSR1) # what session managers send
-        self.stage.wait("saved song", lambda: self.song.stat().st_mtime_ns != before)
-        time.sleep(0.5)
-        return state_in(self.song)
+        """@return (state, value that Qtractor holds of our cutoff)"""
+        text = self.stage.saved(self.song, lambda: ( # what session managers send
+            self.process.send_signal(signal.SIGUSR1)))
+        state = re.search(r'<config key="chunk">([^<]*)<', text).group(1)
+        cutoff = re.search(r'<param (?=[^>]*index="18")[^>]*>([^<]*)<', text)
+        return unpacked(state), cutoff and float(cutoff.group(1))
 
 
 def main():

@@ -15,11 +15,13 @@ import tempfile
 import time
 import zlib
 
+from listen import Recording
+
 
 # What hosts measure and turn on the panel: window pixels.
-CUTOFF = 18
+CUTOFF, RESONANCE = 18, 19
 PANEL = 855, 521
-CUTOFF_KNOB = 500, 292
+CUTOFF_KNOB, RESONANCE_KNOB = (500, 292), (543, 292)
 ABOVE_THE_KEYBOARD = 390 # where sounding keys are red in a painted picture
 
 
@@ -81,8 +83,12 @@ def careful_state(module):
     return bytes(state[:628] + b"With Care".ljust(64, b"\0"))
 
 
+def value_in(state, parameter):
+    return struct.unpack_from("<f", state, 4 + 4 * parameter)[0]
+
+
 def cutoff_in(state):
-    return struct.unpack_from("<f", state, 4 + 4 * CUTOFF)[0]
+    return value_in(state, CUTOFF)
 
 
 def without_cutoff(state):
@@ -214,6 +220,24 @@ class Stage:
             self.wait("sound", lambda: wav.exists() and wav.stat().st_size > size)
             do()
         recorder.wait(10 * seconds)
+        return Recording(wav)
+
+    def play(self, wav, seconds, *ports, start=None, **what):
+        """Records a song from its start, by JACK's transport unless `start` makes it roll."""
+        self.transport("stop", "locate 0")
+        time.sleep(0.5)
+        recording = self.record(wav, seconds, *ports, **what,
+                                start=start or (lambda: self.transport("play")))
+        self.transport("stop")
+        return recording
+
+    def saved(self, file, save):
+        """Has a host save. @return what it wrote"""
+        before = file.stat().st_mtime_ns
+        save()
+        self.wait("saved song", lambda: file.stat().st_mtime_ns != before)
+        time.sleep(1.0)
+        return file.read_text()
 
     # --- Windows ---
 
@@ -224,11 +248,9 @@ class Stage:
     def window(self, title):
         return self.wait(f'window "{title}"', lambda: self.windows(title))[-1]
 
-    def size(self, window):
-        """@return width, height"""
-        told = self.ask("xdotool", "getwindowgeometry", "--shell", window)
-        return tuple(int(re.search(rf"^{name}=(\d+)", told, re.MULTILINE).group(1))
-                     for name in ("WIDTH", "HEIGHT"))
+    def key(self, window, *keys):
+        self.ask("xdotool", "windowactivate", "--sync", window)
+        self.ask("xdotool", "key", "--delay", 100, *keys)
 
     def picture(self, window, name):
         """Leaves FOLDER/NAME.png."""
@@ -240,7 +262,7 @@ class Stage:
                  "click", "--repeat", times, "--delay", 60, 1)
 
     def drag_down(self, window, x, y, steps, pixels=20):
-        """By relative moves: an endless drag puts the pointer back where it was after each."""
+        """Up, where pixels are below 0. By relative moves: an endless drag puts the pointer back where it was after each."""
         moves = ("sleep", 0.05, "mousemove_relative", 0, pixels) * steps
         self.ask("xdotool", "mousemove", "--window", window, x, y, "sleep", 0.05,
                  "mousedown", 1, *moves, "sleep", 0.1, "mouseup", 1)
