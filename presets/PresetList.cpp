@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "platform/Folders.h"
 #include "presets/FileSelector.h"
 #include "presets/PresetListClient.h"
 #include "presets/ProgramFile.h"
@@ -52,10 +53,8 @@ std::shared_ptr<LibraryBanks> CPresetList::ReadBanks(std::string_view checkedBan
     folders.Scan(libraryFolder_);
     auto banks = std::make_shared<LibraryBanks>();
     banks->reserve(folders.Entries().size());
-    bool found = false;
     for (const CFileList::Entry& folder : folders.Entries()) {
-        const bool isChecked = !found && ProgramNameOf(folder.path) == checkedBank;
-        found = found || isChecked;
+        const bool isChecked = FileNameOf(folder.path) == checkedBank;
         banks->push_back(cache_->Get(folder, checkAll || isChecked ? CBank::ECheck::Files
                                                                    : CBank::ECheck::Folder));
     }
@@ -133,7 +132,7 @@ void CPresetList::SetCurrentFile(std::string_view path)
     const std::shared_ptr<LibraryBanks> banks = ReadBanks(file.bankName, false);
     LibrarySelection selection;
     for (std::size_t i = 0; i < banks->size() && selection.bank < 0; ++i)
-        if ((*banks)[i]->Name() == file.bankName)
+        if (FileNameOf((*banks)[i]->Folder().path) == file.bankName)
             selection.bank = static_cast<int>(i);
     if (const CBank* bank = BankOf(*banks, selection.bank)) {
         // The first program when none has the name, as after any look into a bank.

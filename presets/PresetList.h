@@ -54,8 +54,9 @@ public:
     bool NextProgram();     ///< the first when none is selected; at the end nothing changes
     bool PreviousProgram(); ///< likewise
     /// Follows a file that was loaded or saved: takes its names, reads the library anew, and
-    /// selects the bank and program of these names. Other banks are only read when their folders
-    /// have changed.
+    /// selects the bank whose folder has the name of the file's, whole and not as lists show it,
+    /// and in it the program of that name. Other banks are only read when their folders have
+    /// changed.
     void SetCurrentFile(std::string_view path);
 
     /// What a browser shows, all of one moment.

@@ -127,6 +127,27 @@ TEST(PresetList, FollowsAFileByItsNames)
     }
 }
 
+// Lists show both folders as "Vol"; a file's own is found by the whole name.
+TEST(PresetList, FollowsAFileIntoAFolderWithADotInItsName)
+{
+    const CPresetRig rig;
+    CPresetList& presets = rig.Presets();
+    for (const char* path : {"Vol. 1/One", "Vol. 2/One", "Vol. 2/Two"})
+        rig.folder.Write("Library/" + std::string(path) + ".keldra", Block(0.3f));
+    presets.ScanBanks();
+    ASSERT_EQ(presets.GetLists().banks, (Names{"Basses", "leads", "Vol", "Vol", "Xtra"}));
+    for (const int bank : {3, 2, 3}) {
+        presets.SelectBank(bank);
+        EXPECT_TRUE(presets.LoadProgram(presets.CurrentPath()));
+        EXPECT_EQ(presets.GetLists().bank, bank);
+        EXPECT_EQ(rig.Current(), "Vol/One One.keldra");
+    }
+    EXPECT_TRUE(presets.NextProgram());
+    EXPECT_TRUE(presets.LoadProgram(presets.CurrentPath()));
+    EXPECT_EQ(rig.Selected(), "Vol/Two");
+    EXPECT_TRUE(presets.PreviousProgram());
+}
+
 // With names alone, the second of two could never be left by "next": it would lead to itself.
 TEST(PresetList, TellsProgramsOfOneNameApartByTheirPath)
 {
