@@ -77,12 +77,15 @@ void CBank::Add(const CFileList::Entry& file, std::int64_t nowNs, const CBank* b
     program.settled = IsSettled(file.stamp, nowNs);
     program.block = static_cast<std::uint32_t>(blocks_.size());
     names_ += name;
-    if (same != nullptr && same->stamp == file.stamp) {
-        const auto begin = before->blocks_.begin() + same->block;
-        blocks_.insert(blocks_.end(), begin, begin + same->blockLength);
-    } else if (std::vector<std::byte> block; ProgramCount() < kProgramsInMemory &&
-                                             ReadProgramFile(file.path, block) == EReadResult::Ok) {
-        PackProgram(block, blocks_);
+    if (ProgramCount() < kProgramsInMemory) {
+        // Nothing was kept of one that stood beyond MIDI's reach before, changed or not.
+        if (same != nullptr && same->stamp == file.stamp && same->blockLength > 0) {
+            const auto begin = before->blocks_.begin() + same->block;
+            blocks_.insert(blocks_.end(), begin, begin + same->blockLength);
+        } else if (std::vector<std::byte> block;
+                   ReadProgramFile(file.path, block) == EReadResult::Ok) {
+            PackProgram(block, blocks_);
+        }
     }
     program.blockLength = static_cast<std::uint32_t>(blocks_.size()) - program.block;
     programs_.push_back(program);

@@ -1,6 +1,7 @@
 #include "presets/PresetList.h"
 
 #include <algorithm>
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
@@ -283,6 +284,34 @@ TEST(PresetList, LivesWithALibraryThatChangesWhileItIsUsed)
     rig.folder.Write("Library/Basses/Bass 9.keldra", Block(0.09f));
     presets.ScanBanks();
     EXPECT_EQ(presets.GetLists().banks, Names{"Basses"});
+}
+
+// One that MIDI couldn't reach isn't in memory; it has to get there when those before it are gone,
+// though neither its time nor its size has changed.
+TEST(PresetList, ReadsWhatComesWithinReachOfMidi)
+{
+    namespace fs = std::filesystem;
+    const CPresetRig rig;
+    CPresetList& presets = rig.Presets();
+    const auto path = [](int number) {
+        return "Library/Many/" + std::to_string(number) + ".keldra";
+    };
+    constexpr int kFirst = 100; // as many digits for all
+    for (int number = kFirst; number < kFirst + 132; ++number)
+        fs::last_write_time(
+            rig.folder.Write(path(number), Block(static_cast<float>(number) / 256.0f)),
+            fs::file_time_type::clock::now() - std::chrono::hours(1));
+    presets.ScanBanks();
+    for (int number = kFirst; number < kFirst + 4; ++number)
+        fs::remove(rig.folder.Path(path(number)));
+    presets.ScanBanks();
+    ASSERT_TRUE(presets.SelectBank(2));
+    const CProcessingOperation operation(*rig.renderer);
+    for (const int index : {123, 124, 127}) {
+        EXPECT_TRUE(presets.SelectProgramFromMemory(index));
+        EXPECT_EQ(rig.renderer->Values(0, 80),
+                  std::set<float>{static_cast<float>(kFirst + 4 + index) / 256.0f});
+    }
 }
 
 TEST(PresetList, IsEmptyWhereThereIsNoLibrary)
