@@ -32,6 +32,12 @@ std::string SuggestedName(std::string name)
     return name;
 }
 
+/// What a program file is called: the library's own kind, and hosts'.
+std::string ProgramPatterns(const std::string& extension)
+{
+    return "*." + extension + ";*.fxp;";
+}
+
 } // namespace
 
 FileDialogRequest MakeProgramRequest(const CFileSelector::Settings& settings)
@@ -44,11 +50,7 @@ FileDialogRequest MakeProgramRequest(const CFileSelector::Settings& settings)
         request.filters = {{description, "*.*;"}};
     } else {
         request.title = "Load Program";
-        // The library's own files come second, or dialogs without a field for the name would never
-        // show what "Save Program" has written.
-        request.filters = {
-            {description, "*.fxp;"},
-            {settings.pluginName + " Library Program", "*." + settings.extension + ";"}};
+        request.filters = {{description, ProgramPatterns(settings.extension)}};
     }
     request.folder = NearestFolder(settings.folder);
     request.name = SuggestedName(settings.programName);
@@ -74,11 +76,9 @@ void CFileSelector::Show()
 
 bool CFileSelector::LacksExtension(std::string_view path) const
 {
-    if (settings_.kind != FileDialogRequest::EKind::Save)
-        return false;
-    // A name that is left as it was suggested had none, whatever dots the program's name has.
-    const std::string_view name = FileNameOf(path);
-    return ExtensionOf(name).empty() || name == SuggestedName(settings_.programName);
+    // Any other dot belongs to the name: "Lead v1.2".
+    return settings_.kind == FileDialogRequest::EKind::Save &&
+           !FitsPatterns(FileNameOf(path), ProgramPatterns(settings_.extension));
 }
 
 CFileDialog::EState CFileSelector::Poll()

@@ -26,7 +26,8 @@ public:
     /// Looks for an answer, and goes on to the toolkit's chooser when the system has none.
     [[nodiscard]] CFileDialog::EState Poll();
 
-    /// The chosen file, with the extension for programs when the user has given none.
+    /// The chosen file; one to save ends in the extension for programs, or in "fxp" when the user
+    /// has given that.
     [[nodiscard]] const std::string& Path() const { return path_; }
     [[nodiscard]] const Settings& GetSettings() const { return settings_; }
 

@@ -74,7 +74,7 @@ TEST(ProgramDialogs, AreSetUpForTheirPurpose)
                                     "keldra", EImport::Everything});
             EXPECT_EQ(request.title, kind == EKind::Open ? "Load Program" : "Save Program");
             EXPECT_EQ(request.filters[0].description, "Keldra Program");
-            EXPECT_EQ(request.filters[0].patterns, kind == EKind::Open ? "*.fxp;" : "*.*;");
+            EXPECT_EQ(request.filters[0].patterns, kind == EKind::Open ? "*.keldra;*.fxp;" : "*.*;");
             EXPECT_EQ(request.folder, rig.folder.Path() + row.begin) << row.what;
             EXPECT_EQ(request.name, row.name) << row.what;
         }
@@ -128,7 +128,8 @@ TEST(ProgramDialogs, SavingAddsTheExtensionButNeverReplacesUnasked)
     };
     const Case kCases[] = {
         {"a name alone", "x", {"New"}, "New.keldra"},
-        {"with another extension", "x", {"New.fxp"}, "New.fxp"},
+        {"a host's extension, in capitals", "x", {"New.FXP"}, "New.FXP"},
+        {"a dot makes no extension", "x", {"Lead v1.2"}, "Lead v1.2.keldra"},
         {"as suggested, dots and all", "Bright.old", {"Bright.old"}, "Bright.old.keldra"},
         {"would replace: asks with the whole name", "x", {"Soft", "Soft.keldra"}, "Soft.keldra"},
         {"and takes another for an answer", "x", {"Soft", "Softer"}, "Softer.keldra"},
@@ -153,6 +154,9 @@ TEST(ProgramDialogs, SavingAddsTheExtensionButNeverReplacesUnasked)
             << row.what;
         if (*row.written != '\0') {
             EXPECT_EQ(Slurp(folder + row.written).size(), kStateSize) << row.what;
+        }
+        if (std::string_view(row.written).ends_with(".keldra")) {
+            EXPECT_EQ(rig.Selected(), "leads/" + rig.renderer->Name()) << row.what;
         }
         EXPECT_EQ(Slurp(folder + "Soft.keldra") != soft,
                   std::string_view(row.written) == "Soft.keldra")
