@@ -74,7 +74,8 @@ TEST(ProgramDialogs, AreSetUpForTheirPurpose)
                                     "keldra", EImport::Everything});
             EXPECT_EQ(request.title, kind == EKind::Open ? "Load Program" : "Save Program");
             EXPECT_EQ(request.filters[0].description, "Keldra Program");
-            EXPECT_EQ(request.filters[0].patterns, kind == EKind::Open ? "*.keldra;*.fxp;" : "*.*;");
+            EXPECT_EQ(request.filters[0].patterns,
+                      kind == EKind::Open ? "*.keldra;*.fxp;" : "*.*;");
             EXPECT_EQ(request.folder, rig.folder.Path() + row.begin) << row.what;
             EXPECT_EQ(request.name, row.name) << row.what;
         }
