@@ -1,7 +1,7 @@
 #!/usr/bin/env python3
 """qtractor.py MODULE FOLDER PREVIEW: our module in Qtractor. A song with a clip and a state that needs
 care is played; its panel is looked at and compared with what PREVIEW (keldra_skin_preview) paints, and
-its cutoff is turned while Qtractor writes automation. Then it is saved and played by a new Qtractor.
+opened twenty times; its cutoff is turned while Qtractor writes automation. Then it is saved and played by a new Qtractor.
 FOLDER is replaced; it keeps the song, WAVs, pictures and logs. Ends with 77 where a program is
 missing."""
 import pathlib
@@ -60,12 +60,16 @@ def write_song(folder, module, state):
         SONG.format(folder=folder, module=module, state=packed(state)))
 
 
+ROWS = [183, 175, 191, 167, 199, 207, 159, 215]
+
+
 def open_editor(stage, main):
     """The plug-in's line is in the track's list; where exactly, the fonts decide."""
-    for y in (183, 175, 191, 167, 199, 207, 159, 215):
+    for y in [*ROWS]:
         stage.click(main, 183, y, times=2)
         time.sleep(1.0)
         if found := stage.windows("^Keldra - Keldra"):
+            ROWS[:] = [y]
             return found[-1]
     stage.picture("root", "no-editor")
     sys.exit("FAILED  Qtractor opens no editor")
@@ -107,6 +111,13 @@ def main():
         found.expect(qtractor.save()[0] == state, "the state comes in and is saved as it was")
         editor = open_editor(stage, qtractor.main)
         found.expect_panel(stage.picture(editor, "editor"), panel, "the editor")
+        for _ in range(20):
+            stage.key(editor, "alt+F4")
+            stage.wait("closed editor", lambda: not stage.windows("^Keldra - Keldra"), 10)
+            editor = open_editor(stage, qtractor.main)
+        stage.ask("xdotool", "mousemove", 5, 5)
+        time.sleep(0.5)
+        found.expect_panel(stage.picture(editor, "opened again"), panel, "opened twenty times more")
         recording = qtractor.play(folder / "first.wav", after=2.7,
                                   do=lambda: stage.drag_down(editor, *CUTOFF_KNOB, steps=14))
         found.expect_clip(recording, "at first", recording.onset(), semitones=1)
