@@ -15,6 +15,7 @@
 #include <thread>
 
 #include "platform/Folders.h"
+#include "platform/Forever.h"
 
 namespace keldra {
 
@@ -43,8 +44,8 @@ private:
 
 CUnreaped& Unreaped()
 {
-    static CUnreaped unreaped;
-    return unreaped;
+    static CForever<CUnreaped> unreaped; // editors may close at the very end of the process
+    return *unreaped;
 }
 
 struct SpawnSetup {
