@@ -175,9 +175,12 @@ bool CPresetListEditor::OnControlChanged(CControl* control, float value)
 void CPresetListEditor::PickBank(int index)
 {
     later_([&synth = synth_, index] {
-        // Selecting it once more would select its first program, which isn't the one that plays.
-        if (index != synth.Presets().GetLists().bank && synth.Presets().SelectBank(index))
-            synth.Presets().LoadProgram(synth.Presets().CurrentPath());
+        CPresetList& presets = synth.Presets();
+        // Selecting it once more would select its first program, which isn't the one that plays. An
+        // empty bank is one to save into: the sound and its edits stay.
+        if (index != presets.GetLists().bank && presets.SelectBank(index) &&
+            presets.GetLists().program >= 0)
+            presets.LoadProgram(presets.CurrentPath());
         synth.Feedback().MarkProgram(); // the programs of another bank are to be shown
     });
 }

@@ -256,6 +256,17 @@ TEST_F(Browser, ListsBanksAndProgramsAndLoadsWhatIsPicked)
     expect("1. Alpha* 2. Beta", "1. One* 2. Ten 3. Two", "A18=1.000 A50=0.000 ");
     window_.Key(kKeyDown);
     expect("1. Alpha* 2. Beta", "1. One 2. Ten* 3. Two", "A18=0.375 A50=1.000 ");
+
+    // An empty bank, to save an edited sound into
+    std::filesystem::create_directory(machine_.Path("root/Banks/Mine"));
+    rig_.host->SetParameter(kGain, 0.75f);
+    Answer(machine_.Path("root/Banks/Beta/Four.keldra"));
+    rig_.Click(PanelRect{262, 36, 60, 22}); // Save
+    rig_.host->SetParameter(kGain, 0.25f);
+    expect("1. Alpha 2. Beta* 3. Mine", "1. Four* 2. Three", "");
+    Pick(banks_, 2);
+    expect("1. Alpha 2. Beta 3. Mine*", "", "");
+    EXPECT_EQ(ValueOf(kGain), 0.25f);
 }
 
 TEST_F(Browser, KeepsThePanelBehindItFromReactingAndGivesItBack)
