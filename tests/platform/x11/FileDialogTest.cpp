@@ -67,7 +67,7 @@ protected:
         environment_.Set("PATH", folder_.Path("bin"));
         environment_.Set("DBUS_SESSION_BUS_ADDRESS", "");
         request_.title = "Load Program";
-        request_.filters = {{"Keldra Program", "*.fxp;"}, {"All | every", "*.*;"}};
+        request_.filters = {{"Keldra Program", "*.keldra;*.fxp;"}, {"All | every", "*.*;"}};
         request_.folder = "/some/folder";
         request_.name = "Warm Pad";
         request_.owner = 4711;
@@ -115,10 +115,10 @@ TEST_F(FileDialog, AsksKdialogThenZenityThenGivesUp)
         {"kdialog before zenity", record + "echo '/a/My File.fxp'", "echo /zenity", EState::Chosen,
          "/a/My File.fxp",
          "--title\nLoad Program\n--attach\n4711\n--getopenfilename\n/some/folder/Warm Pad\n"
-         "Keldra Program (*.fxp);;All   every (*)\n"},
+         "Keldra Program (*.keldra *.fxp);;All   every (*)\n"},
         {"zenity alone", "", record + "echo /a/b", EState::Chosen, "/a/b",
          "--file-selection\n--title=Load Program\n--attach=4711\n"
-         "--filename=/some/folder/Warm Pad\n--file-filter=Keldra Program | *.fxp\n"
+         "--filename=/some/folder/Warm Pad\n--file-filter=Keldra Program | *.keldra *.fxp\n"
          "--file-filter=All   every | *\n"},
         {"cancelled by the user", "sleep 0.4; exit 1", "echo /zenity", EState::Cancelled, "", ""},
         {"no screen: ends with the same code at once", "exit 1", "echo /a/b", EState::Chosen,
@@ -219,7 +219,7 @@ TEST_F(FileDialog, PortalShowsWhatWasAskedAndItsAnswerArrives)
     const std::string calls = portal.Calls();
     EXPECT_NE(calls.find("SaveFile x11:1267 Load Program handle_token keldra"), std::string::npos)
         << calls;
-    EXPECT_NE(calls.find(" modal true filters Keldra Program 0 *.fxp All | every 0 * "
+    EXPECT_NE(calls.find(" modal true filters Keldra Program 0 *.keldra 0 *.fxp All | every 0 * "
                          "current_folder/some/folder| current_name Warm Pad"),
               std::string::npos)
         << calls;
