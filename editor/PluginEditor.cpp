@@ -120,11 +120,15 @@ bool CPluginEditor::OnTimer()
             shownPrograms_ = programs;
             ShowProgram();
         }
-        feedback.TakeChangedParameters([this](int index) {
+        feedback.TakeChangedParameters([this, &feedback](int index) {
             CControl* const control = FindControl(index);
+            if (control == nullptr)
+                return;
             // A hand on the control is stronger than the host, which often sends back, late, what
-            // the hand has just done.
-            if (control != nullptr && !control->IsDragging())
+            // the hand has just done. What was set meanwhile is shown when the hand lets go.
+            if (control->IsDragging())
+                feedback.MarkParameter(index);
+            else
                 control->SetValueRedraw(GetParameterValue(index));
         });
     }

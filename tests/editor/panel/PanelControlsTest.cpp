@@ -290,10 +290,10 @@ TEST_F(PanelControls, ListensToTheHandRatherThanTheHostAndLetsGoWhenTheWindowGoe
     rig_.PressOn(cutoff);
     window_.MoveBy(0, 100);
     rig_.host->SetParameter(kFilterCutoff, 0.1f);
-    window_.Tick();
+    window_.Tick(2);
     EXPECT_EQ(rig_.Control(cutoff).GetValue(), 0.75f);
     rig_.host->CloseEditor();
-    EXPECT_EQ(rig_.TakeLog(), "B18 A18=0.750 E18 ");
+    EXPECT_EQ(rig_.TakeLog(), "B18 A18=0.750 E18 B18 E18 ");
     rig_.host->SetParameter(kFilterCutoff, 0.3f);
     rig_.Open();
     ExpectValue(cutoff, 0.3f);
@@ -304,3 +304,7 @@ TEST_F(PanelControls, ListensToTheHandRatherThanTheHostAndLetsGoWhenTheWindowGoe
 
 } // namespace
 } // namespace keldra::test
+    window_.Release();
+    window_.Tick();
+    ExpectValue(cutoff, 0.1f);
+    rig_.PressOn(cutoff);
