@@ -108,7 +108,7 @@ bool CControlKnob::OnMouseDown()
     const bool handled = CControlNumber::OnMouseDown();
     CGraphicBuffer* buffer = GetBuffer();
     if (!handled || !IsEditing() || !hasPopup_ || buffer == nullptr ||
-        GetWindowPort()->GetMouseButton() != EMouseButton::Left)
+        GetWindowPort()->GetMouseButton() != EMouseButton::Left || GetValueText().empty())
         return handled;
     if (!popup_->background.Create(popupSize_) || !popup_->picture.Create(popupSize_)) {
         popup_->background.Free();

@@ -5,8 +5,8 @@
 namespace keldra {
 
 /// A rotary control drawn from a filmstrip: a picture that holds a frame for each angle. While it
-/// is dragged its value shows in a pop-up that fades in beside it. Without a filmstrip it works
-/// unseen.
+/// is dragged its value shows in a pop-up that fades in beside it, if the value has a text. Without
+/// a filmstrip it works unseen.
 class CControlKnob : public CControlNumber {
 public:
     explicit CControlKnob(int paramIndex = -1);

@@ -36,8 +36,8 @@ bool CControlNumber::OnDoubleClick()
     const bool left = port->GetMouseButton() == EMouseButton::Left;
     if (left && port->GetHeldKey() == EHeldKey::Ctrl) {
         SetFocus();
-        port->OpenValueField(*this);
-        return true;
+        if (port->OpenValueField(*this))
+            return true;
     }
     const bool handled = OnMouseDown();
     *resetsOnRelease_ = left && IsEditing();
@@ -157,8 +157,7 @@ bool CControlNumber::OnKeyDown(int key)
     CWindowPort* port = GetWindowPort();
     if (key != kKeyEnter || port == nullptr || !HasFocus() || port->IsCapturing())
         return false;
-    port->OpenValueField(*this);
-    return true;
+    return port->OpenValueField(*this);
 }
 
 void CControlNumber::EndEditing()

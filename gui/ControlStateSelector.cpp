@@ -87,11 +87,9 @@ int CControlStateSelector::TabAt(PixelPoint at) const
 bool CControlStateSelector::OnDoubleClick()
 {
     CWindowPort* port = GetWindowPort();
-    if (port == nullptr || port->GetMouseButton() != EMouseButton::Left ||
-        port->GetHeldKey() != EHeldKey::Ctrl)
-        return OnMouseDown();
-    port->OpenValueField(*this);
-    return true;
+    const bool types = port != nullptr && port->GetMouseButton() == EMouseButton::Left &&
+                       port->GetHeldKey() == EHeldKey::Ctrl;
+    return (types && port->OpenValueField(*this)) || OnMouseDown();
 }
 
 bool CControlStateSelector::OnMouseDown()

@@ -23,20 +23,23 @@ CValueFieldGroup::CValueFieldGroup(CControl& control, std::string text)
 {
 }
 
-void CValueFieldGroup::Open(CWindowPort& port, CControl& control)
+bool CValueFieldGroup::Open(CWindowPort& port, CControl& control)
 {
     // The text that the pop-up shows, so that small changes need few keys.
-    std::unique_ptr<CValueFieldGroup> group(
-        new CValueFieldGroup(control, control.GetValueText().substr(0, kLongestText)));
+    const std::string text = control.GetValueText().substr(0, kLongestText);
+    if (text.empty())
+        return false;
+    std::unique_ptr<CValueFieldGroup> group(new CValueFieldGroup(control, text));
     CValueFieldGroup& field = *group;
     PixelRect place = CControlKnob::PopupPlace(control.GetRect(), kFieldSize, port.GetSize());
     place.x = std::max(std::min(place.x, port.GetSize().width - place.width), 0);
     field.SetRect(place);
     if (!port.AddGroup(std::move(group)))
-        return;
+        return false;
     field.SetFocusGroup();
     field.SetModal(true);
     field.Refresh();
+    return true;
 }
 
 void CValueFieldGroup::Refresh()

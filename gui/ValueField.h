@@ -12,7 +12,7 @@ namespace keldra {
 /// that can't be understood stays, in red, for Enter; a press outside gives it up.
 class CValueFieldGroup : public CControlGroup {
 public:
-    static void Open(CWindowPort& port, CControl& control);
+    static bool Open(CWindowPort& port, CControl& control);
 
     void Draw() override;
     bool OnMouseDown() override;

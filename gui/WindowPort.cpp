@@ -383,10 +383,10 @@ NativeHandle CWindowPort::Handle() const
     return window_ != nullptr ? window_->Handle() : 0;
 }
 
-void CWindowPort::OpenValueField(CControl& control)
+bool CWindowPort::OpenValueField(CControl& control)
 {
-    if (IsOpen() && modalGroup_ == nullptr && !capturing_)
-        CValueFieldGroup::Open(*this, control);
+    return IsOpen() && modalGroup_ == nullptr && !capturing_ &&
+           CValueFieldGroup::Open(*this, control);
 }
 
 bool CWindowPort::ShowPopupMenu(const std::vector<PopupItem>& items,

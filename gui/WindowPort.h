@@ -134,7 +134,8 @@ public:
     [[nodiscard]] CNativeWindow* GetWindow() const { return window_.get(); }
 
     /// Lets the user type a control's value, in a field at the place of its value pop-up.
-    void OpenValueField(CControl& control);
+    /// @return false when it can't be opened now, or the value has no text
+    bool OpenValueField(CControl& control);
     /// A menu at the pointer. @param chosen  told once, with the index of the chosen item, or -1
     /// when the menu went without one. @return false, and nothing told, when it can't be shown now
     bool ShowPopupMenu(const std::vector<PopupItem>& items, std::function<void(int)> chosen);

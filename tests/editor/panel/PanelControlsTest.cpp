@@ -197,7 +197,11 @@ TEST_F(PanelControls, LetsThePitchWheelSpringBackAndTheModulationWheelStay)
         window_.Release();
         const bool springs = role == EPanelRole::PitchWheel;
         ExpectValue(row, springs ? 0.5f : rest + 0.25f);
+        (void)window_.TakePresented();
         EXPECT_EQ(rig_.Seen(row.rect) == atRest, springs);
+        window_.Tick(4);
+        for (const PixelRect& drawn : window_.TakePresented()) // without a text, no pop-up
+            EXPECT_EQ(drawn, rig_.Control(row).GetRect());
     }
     rig_.Send(0xE0, 127, 127); // the player's own wheels
     rig_.Send(0xB0, 1, 127);
@@ -205,6 +209,10 @@ TEST_F(PanelControls, LetsThePitchWheelSpringBackAndTheModulationWheelStay)
     EXPECT_GT(ValueOf(kPitchBendValue), 0.99f);
     ExpectValue(ControlOf(EPanelRole::PitchWheel), ValueOf(kPitchBendValue));
     ExpectValue(ControlOf(EPanelRole::ModWheel), 1.0f);
+        window_.PressAgain(EMouseButton::Left, kModifierCtrl);
+        window_.Release();
+        window_.Key(kKeyEnter);
+        EXPECT_EQ(rig_.editor->GetModalGroup(), nullptr) << "and no field to type in";
     EXPECT_EQ(rig_.TakeLog(), "");
 }
 
