@@ -248,6 +248,7 @@ bool CControlMenu::OnMouseUp()
     if (!*thumbHeld_)
         return IsPopupOpen();
     *thumbHeld_ = false;
+    UpdateHover(); // the arrow keys may have left another row behind
     RefreshItems();
     return true;
 }

@@ -109,6 +109,13 @@ TEST_F(ControlMenu, ChoosesTheRowOfTheSecondPress)
     window_.Press();
     window_.PressAgain(); // a double click opens and closes
     EXPECT_FALSE(menu_.IsPopupOpen());
+    port_.TakeLog();
+    window_.Press();
+    window_.Key(kKeyDown);
+    window_.Key(kKeyUp); // to the row that is highlighted, not to the pointer
+    window_.Press();
+    EXPECT_FALSE(menu_.IsPopupOpen());
+    EXPECT_EQ(port_.TakeLog(), "");
 }
 
 TEST_F(ControlMenu, ScrollsByWheelThumbAndKeys)
