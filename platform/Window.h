@@ -36,7 +36,7 @@ enum EKey : int {
 struct PointerEvent {
     enum class EKind {
         Down,
-        DoubleClick, ///< stands in for the second Down of two quick ones at the same place
+        DoubleClick, ///< stands in for the second Down of two quick ones without a drag between
         Up,
         Move, ///< also when the pointer leaves: the place then lies outside
     };

@@ -20,6 +20,11 @@ unsigned ModifiersOf(unsigned state)
            ((state & XCB_MOD_MASK_1) != 0 ? kModifierAlt : 0u);
 }
 
+bool IsSamePlace(PixelPoint a, PixelPoint b)
+{
+    return std::abs(a.x - b.x) <= kDoubleClickPixels && std::abs(a.y - b.y) <= kDoubleClickPixels;
+}
+
 /// A cursor of no pixels: servers take it for none at all, and under Wayland that is what lets a
 /// window move the pointer.
 xcb_cursor_t MakeNoCursor(xcb_connection_t* connection, xcb_window_t window)
@@ -374,8 +379,7 @@ bool CX11Window::IsDoubleClick(const xcb_button_press_event_t& event)
     const PixelPoint at{event.event_x, event.event_y};
     const bool isDouble = event.detail == lastClick_.button &&
                           event.time - lastClick_.time <= kDoubleClickMs &&
-                          std::abs(at.x - lastClick_.at.x) <= kDoubleClickPixels &&
-                          std::abs(at.y - lastClick_.at.y) <= kDoubleClickPixels;
+                          IsSamePlace(at, lastClick_.at);
     // A third press begins anew.
     lastClick_ = isDouble ? Click{} : Click{event.detail, event.time, at};
     return isDouble;
@@ -436,6 +440,9 @@ bool CX11Window::IsViewable() const
     return reply != nullptr && reply->map_state == XCB_MAP_STATE_VIEWABLE;
 }
 
+    // A drag is no click, though a hidden cursor is back where it began when it ends.
+    if (!IsSamePlace(hidden_ ? virtual_ : pointer_, lastClick_.at))
+        lastClick_ = {};
 void CX11Window::OnCrossing(const xcb_enter_notify_event_t& event, bool leaves)
 {
     scroll_.Follow(!leaves);

@@ -209,6 +209,28 @@ TEST_F(X11Window, DragsWithoutEndWhileTheCursorIsHidden)
     }));
     std::this_thread::sleep_for(std::chrono::milliseconds(100)); // for it to be put back once more
     EXPECT_EQ(host_.Pointer(), (PixelPoint{150, 150}));
+    // A short one, and at once a press where the cursor has come back to: no double click.
+    {
+        const CUiLock lock;
+        recorder_.pointer.clear();
+    }
+    const auto seen = [&](std::ptrdiff_t count, PointerEvent::EKind kind) {
+        return EventuallyLocked([&] {
+            return std::count_if(recorder_.pointer.begin(), recorder_.pointer.end(),
+                                 [&](const PointerEvent& event) { return event.kind == kind; }) ==
+                   count;
+        });
+    };
+    host_.Press(1);
+    EXPECT_TRUE(seen(1, PointerEvent::EKind::Down));
+    host_.MoveBy(0, -10);
+    host_.Release(1);
+    EXPECT_TRUE(seen(1, PointerEvent::EKind::Up));
+    EXPECT_TRUE(Eventually([&] { return host_.Pointer() == PixelPoint{150, 150}; }));
+    host_.Press(1);
+    host_.Release(1);
+    EXPECT_TRUE(seen(2, PointerEvent::EKind::Up));
+    EXPECT_TRUE(seen(2, PointerEvent::EKind::Down));
     host_.MoveTo({160, 150});
     EXPECT_TRUE(EventuallyLocked([&] {
         return recorder_.pointer.back().at == PixelPoint{60, 50};
