@@ -36,6 +36,9 @@ constexpr PixelRect kLogo{25, 5, 255, 30};
 
 constexpr float kWheelAtRest = 0.5f;
 
+// The keyboard's velocity is 0 on a key's top row; to the synthesizer that is the end of a note.
+constexpr float kSoftest = 1.0f / 127.0f;
+
 // Items of the program menu, as the panel's table lists them.
 enum EProgramMenuItem {
     kImportControllerMap = 0,
@@ -260,7 +263,9 @@ bool KeldraEditor::OnControlPressed(CControl* control)
         return CPluginEditor::OnControlPressed(control);
     if (control == keyboard_) {
         AfterEvent([synth = synth_, key = keyboard_->GetCurrentKey(),
-                    velocity = keyboard_->GetVelocity()] { synth->KeyboardNote(key, velocity); });
+                    velocity = std::max(keyboard_->GetVelocity(), kSoftest)] {
+            synth->KeyboardNote(key, velocity);
+        });
         return true;
     }
     if (control == programName_) {
