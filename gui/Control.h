@@ -93,6 +93,9 @@ public:
     virtual void OnKillFocus() {}
     /// Its drag ends without a release of the button: lets go of everything, tells the editor so.
     virtual void OnDragLost() { EndDrag(); }
+    /// As the active control: everything beneath has been drawn anew, and it is to draw next. What
+    /// it lays over others takes its background again.
+    virtual void OnRedrawnBeneath() {}
 
     // No slots
     [[nodiscard]] CControl* GetNext() const { return next_->get(); } ///< of its group

@@ -31,8 +31,10 @@ void CControlGroup::Draw()
     for (CControl* control = GetFirstControl(); control != nullptr; control = control->GetNext())
         if (control != active_ && !control->IsHidden())
             control->Draw();
-    if (active_ != nullptr && !active_->IsHidden())
+    if (active_ != nullptr && !active_->IsHidden()) {
+        active_->OnRedrawnBeneath();
         active_->Draw();
+    }
 }
 
 bool CControlGroup::SetHidden(bool hidden)

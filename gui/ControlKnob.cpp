@@ -116,9 +116,7 @@ bool CControlKnob::OnMouseDown()
     }
     popup_->rect = PopupPlace(GetRect(), popupSize_, buffer->GetSize());
     popup_->fade = 0.0f;
-    buffer->ResetClip();
-    buffer->CopyTo(popup_->background, {0, 0, popupSize_.width, popupSize_.height},
-                   {popup_->rect.x, popup_->rect.y});
+    TakeBackground();
     SetActive(true);
     DrawPopup();
     PresentRect(popup_->rect);
@@ -156,6 +154,22 @@ void CControlKnob::OnKillFocus()
         port->RedrawAll();
         port->PresentAll();
     }
+}
+
+void CControlKnob::OnRedrawnBeneath()
+{
+    if (GetBuffer() == nullptr || !ShowsPopup())
+        return;
+    TakeBackground();
+    DrawPopup(); // beside the knob, which draws itself next
+}
+
+void CControlKnob::TakeBackground()
+{
+    CGraphicBuffer* buffer = GetBuffer();
+    buffer->ResetClip();
+    buffer->CopyTo(popup_->background, {0, 0, popupSize_.width, popupSize_.height},
+                   {popup_->rect.x, popup_->rect.y});
 }
 
 void CControlKnob::DrawPopup()

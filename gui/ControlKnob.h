@@ -16,6 +16,7 @@ public:
     bool OnMouseMove() override;
     void OnTimer() override;
     void OnKillFocus() override;
+    void OnRedrawnBeneath() override;
 
     virtual void SetQuantiseSteps(int steps); ///< the shown value rounds down to 1/steps; 0: not
     virtual void DrawPopup();
@@ -39,6 +40,7 @@ protected:
 
 private:
     [[nodiscard]] PixelPoint FrameSource(int frame) const;
+    void TakeBackground();
     [[nodiscard]] bool ShowsPopup() const { return popup_->background.IsValid(); }
 
     struct Popup {

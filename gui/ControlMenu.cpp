@@ -174,16 +174,29 @@ bool CControlMenu::OpenPopup()
         SetImage(alternateImage_);
         SetImageSource(alternateSource_);
     }
-    buffer->ResetClip();
-    buffer->CopyTo(popup.background, {0, 0, rect.width, rect.height}, {rect.x, rect.y});
-    DrawPopupFrame();
     SetActive(true);
     BeginDrag(false);
     UpdateHover();
-    DrawItems();
+    TakeBackground();
     DrawAndPresent();
     PresentRect(rect);
     return true;
+}
+
+void CControlMenu::TakeBackground()
+{
+    CGraphicBuffer* buffer = GetBuffer();
+    const PixelRect& rect = popup_->rect;
+    buffer->ResetClip();
+    buffer->CopyTo(popup_->background, {0, 0, rect.width, rect.height}, {rect.x, rect.y});
+    DrawPopupFrame();
+    DrawItems();
+}
+
+void CControlMenu::OnRedrawnBeneath()
+{
+    if (IsPopupOpen() && GetBuffer() != nullptr)
+        TakeBackground();
 }
 
 void CControlMenu::ClosePopup()
@@ -235,6 +248,7 @@ bool CControlMenu::OnMouseDown()
         RefreshItems();
         return true;
     }
+    UpdateHover(); // the arrow keys may have left another row behind
     const int row = HoveredRow();
     const int index = FirstRow() + row;
     ClosePopup();
@@ -248,7 +262,6 @@ bool CControlMenu::OnMouseUp()
     if (!*thumbHeld_)
         return IsPopupOpen();
     *thumbHeld_ = false;
-    UpdateHover(); // the arrow keys may have left another row behind
     RefreshItems();
     return true;
 }

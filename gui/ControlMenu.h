@@ -27,6 +27,7 @@ public:
     void OnTimer() override;
     void OnKillFocus() override { ClosePopup(); }
     void OnDragLost() override { ClosePopup(); }
+    void OnRedrawnBeneath() override;
 
     virtual void SetItemMarked(int index, bool marked);
     virtual void SetItemDimmed(int index, bool dimmed);
@@ -105,6 +106,7 @@ private:
         PixelPoint savedSource;
     };
 
+    void TakeBackground(); ///< and draws the list upon it
     [[nodiscard]] int WidestText() const;
     [[nodiscard]] PixelRect Band(const PixelRect& row) const;
     void DrawItem(CGraphicBuffer& buffer, const MenuItem& item, int row, const PixelRect& rect);

@@ -77,6 +77,46 @@ TEST_F(Panel, LooksAsItDid)
     ExpectPicture({459, 276, 80, 68}, "panel-knob-popup");
 }
 
+TEST_F(Panel, KeepsWhatHangsOverItWhenTheProgramChangesUnderneath)
+{
+    const std::function<void()> opens[] = {
+        [&] { rig_.PressOn(ControlOf(kDelayTimeLeft)); }, // its pop-up lies over the wheels
+        [&] { rig_.Click(EPanelRole::ProgramMenu); },     // over the unison's menu
+    };
+    const auto load = [&](const char* program) {
+        window_.Drop(machine_.Path("root/Banks/Alpha/") + program, window_.Cursor());
+        window_.Tick();
+    };
+    for (const auto& open : opens) {
+        SCOPED_TRACE(&open - opens);
+        Pixels seen[2];
+        for (const bool isOpen : {false, true}) {
+            load("One.keldra");
+            rig_.host->SetParameter(kModWheelValue, 0.0f);
+            rig_.host->SetParameter(kUnisonVoices, 3.0f);
+            window_.Tick();
+            const auto change = [&] {
+                rig_.host->SetParameter(kModWheelValue, 1.0f);
+                load("Two.keldra"); // without unison
+            };
+            if (!isOpen)
+                change();
+            open();
+            window_.Tick(4);
+            if (isOpen)
+                change();
+            Pixels& pixels = seen[isOpen ? 1 : 0];
+            pixels = rig_.Seen();
+            window_.MoveBy(0, -10); // draws it once more
+            const Pixels moved = rig_.Seen();
+            pixels.insert(pixels.end(), moved.begin(), moved.end());
+            window_.Release();
+            rig_.ClickAt({2, 2});
+        }
+        EXPECT_EQ(seen[1], seen[0]);
+    }
+}
+
 TEST_F(Panel, LoadsWithTheProgramButtonsAndFromFilesThatAreDropped)
 {
     /// @param told  to the host: what changed, and no more
