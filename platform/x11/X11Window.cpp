@@ -350,7 +350,7 @@ void CX11Window::OnEvent(const xcb_generic_event_t& event)
         WheelEvent wheel;
         if (scroll_.OnEvent(event, wheel)) {
             wheel.at = pointer_;
-            wheel.modifiers = moveModifiers_;
+            wheel.modifiers = moveModifiers_ = HeldModifiers();
             client_.OnWheelTurn(wheel);
         }
         break;
@@ -410,6 +410,15 @@ void CX11Window::OnButton(const xcb_button_press_event_t& event, bool down)
     client_.OnPointer({kind, kButtons[event.detail - 1], modifiers, at});
 }
 
+/// Raw events don't tell them, and keys that are pressed while the pointer rests make no event here
+/// without the focus.
+unsigned CX11Window::HeldModifiers() const
+{
+    const CXcbReply<xcb_query_pointer_reply_t> reply(xcb_query_pointer_reply(
+        connection_.get(), xcb_query_pointer(connection_.get(), window_), nullptr));
+    return reply != nullptr ? ModifiersOf(reply->mask) : moveModifiers_;
+}
+
 void CX11Window::SendMove(PixelPoint at, unsigned modifiers)
 {
     movePending_ = false;
@@ -431,6 +440,9 @@ void CX11Window::OnMotion(const xcb_motion_notify_event_t& event, std::uint32_t 
     pointer_ = at;
     moveModifiers_ = ModifiersOf(event.state);
     movePending_ = true;
+    // A drag is no click, though a hidden cursor is back where it began when it ends.
+    if (!IsSamePlace(hidden_ ? virtual_ : pointer_, lastClick_.at))
+        lastClick_ = {};
 }
 
 bool CX11Window::IsViewable() const
@@ -440,9 +452,6 @@ bool CX11Window::IsViewable() const
     return reply != nullptr && reply->map_state == XCB_MAP_STATE_VIEWABLE;
 }
 
-    // A drag is no click, though a hidden cursor is back where it began when it ends.
-    if (!IsSamePlace(hidden_ ? virtual_ : pointer_, lastClick_.at))
-        lastClick_ = {};
 void CX11Window::OnCrossing(const xcb_enter_notify_event_t& event, bool leaves)
 {
     scroll_.Follow(!leaves);

@@ -51,6 +51,7 @@ private:
     void OnMessage(const xcb_client_message_event_t& event);
     void OnSelection(const xcb_selection_notify_event_t& event);
     [[nodiscard]] bool IsViewable() const;
+    [[nodiscard]] unsigned HeldModifiers() const; ///< asks the server
     [[nodiscard]] bool IsDoubleClick(const xcb_button_press_event_t& event);
     void SendMove(PixelPoint at, unsigned modifiers);
     void WarpBack();
