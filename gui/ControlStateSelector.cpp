@@ -7,6 +7,15 @@
 
 namespace keldra {
 
+namespace {
+
+// A position's own value may lie just below it: k / last in single precision, or what a host has
+// kept of it in six digits. The parameter table reads values with the same allowance, so that the
+// tab that is lit is the one that plays.
+constexpr double kPositionTolerance = 0.0001;
+
+} // namespace
+
 void CControlStateSelector::SetPositions(int positions)
 {
     if (positions >= 1)
@@ -35,8 +44,9 @@ void CControlStateSelector::SetTabImage(const CGraphicBuffer* image, bool vertic
 
 int CControlStateSelector::PositionOf(float value, int positions)
 {
-    return std::clamp(Truncated(static_cast<double>(value * static_cast<float>(positions - 1))), 0,
-                      positions);
+    return std::clamp(
+        Truncated((static_cast<double>(value) + kPositionTolerance) * (positions - 1)), 0,
+        positions);
 }
 
 float CControlStateSelector::ValueOfTab(int tab) const

@@ -32,7 +32,8 @@ public:
     void SetReversed(bool on) { reversed_ = on; }   ///< position 0 at the far end
     void SetMomentary(bool on) { momentary_ = on; } ///< a pressed look while the button is held
 
-    /// The position that a value shows: as many as there are positions for "none".
+    /// The position that a value shows, also from just below it: as many as there are positions for
+    /// "none".
     [[nodiscard]] static int PositionOf(float value, int positions);
 
 private:
