@@ -388,6 +388,13 @@ void KeldraEditor::SetDisplayText(CControlDisplay* display, std::string_view tex
         RefreshControl(display, true);
 }
 
+void KeldraEditor::ShowProgramName()
+{
+    std::array<char, 256> name;
+    synth_->GetProgramName(name);
+    SetDisplayText(programName_, Drawable(TextIn(name)));
+}
+
 void KeldraEditor::ShowParameterText()
 {
     std::array<char, 256> text;
@@ -428,9 +435,7 @@ void KeldraEditor::SyncControls()
     CPluginEditor::SyncControls();
     if (synth_ == nullptr)
         return;
-    std::array<char, 256> name;
-    synth_->GetProgramName(name);
-    SetDisplayText(programName_, Drawable(TextIn(name)));
+    ShowProgramName();
     ShowParameterText();
     ShowControllerText();
     if (pitchWheel_ != nullptr)
@@ -456,9 +461,11 @@ bool KeldraEditor::OnTimer()
     return CPluginEditor::OnTimer();
 }
 
-/// Sounding keys, wheels and the last controller, which move without a parameter of the table.
+/// Sounding keys, wheels and the last controller, which move without a parameter of the table, and
+/// the program's name, which a host may change alone.
 void KeldraEditor::FollowEngine()
 {
+    ShowProgramName();
     ShowControllerText();
     ShowParameterText();
     for (CControl* const wheel : {pitchWheel_, modWheel_})

@@ -65,6 +65,7 @@ private:
     void ChooseProgramMenuItem(int item);
     void LinkSelected(int controller);
     void StepProgram(EPanelRole direction);
+    void ShowProgramName();
     void ShowParameterText();
     void ShowControllerText();
     void SetDisplayText(CControlDisplay* display, std::string_view text);

@@ -139,6 +139,11 @@ TEST_F(Panel, LoadsWithTheProgramButtonsAndFromFilesThatAreDropped)
     for (const char* file : {"nothing there.fxp", "config"})
         window_.Drop(machine_.Path(file), {500, 480});
     expect("Elsewhere", 0.5f, "");
+    (void)window_.TakePresented();
+    rig_.host->SetProgramName("Mine");
+    window_.Tick();
+    expect("Mine", 0.5f, "");
+    EXPECT_EQ(window_.TakePresented().size(), 1u);
     window_.Drop(machine_.Path("root/Banks/Alpha/One.keldra"), {1, 1});
     expect("One", 1.0f, "A18=1.000 A50=0.000 ");
     EXPECT_EQ(rig_.Seen(), closed_);
