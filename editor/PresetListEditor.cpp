@@ -222,7 +222,9 @@ void CPresetListEditor::OnKillFocus()
     CloseModalGroup(*this);
 }
 
-// Other instances and other programs may change the library while it is shown.
+// The host or a MIDI message may choose another program while it is shown. The lists are this
+// instance's, from memory: what others do to the folder comes with the next look at the disk, when
+// a bank is picked or a program loaded or saved.
 bool CPresetListEditor::OnTimer()
 {
     if (--ticksUntilRefresh_ <= 0) {
