@@ -16,7 +16,10 @@ void CSharedName::Set(std::string_view name, EWriter writer)
     std::unique_lock<std::mutex> turn;
     if (writer == EWriter::Other)
         turn = std::unique_lock(otherWriters_);
-    Place& place = places_[writer == EWriter::EngineOwner ? 0 : 1];
+    Pair& pair = pairs_[writer == EWriter::EngineOwner ? 0 : 1];
+    const bool firstIsOlder =
+        pair[0].age.load(std::memory_order_relaxed) <= pair[1].age.load(std::memory_order_relaxed);
+    Place& place = pair[firstIsOlder ? 0 : 1];
     const std::uint32_t version = place.version.load(std::memory_order_relaxed);
     place.version.store(version + 1, std::memory_order_relaxed);
     // Release on each store keeps the odd version ahead of it (a fence would say the same, but
@@ -41,18 +44,22 @@ void CSharedName::Get(std::span<char> text) const
 {
     std::array<std::uint64_t, kWords> newest{};
     std::uint64_t newestAge = 0;
-    // Bounded, since the processing thread may read while another thread was stopped in mid-write.
-    // What it writes then isn't set yet, and the other place or an empty name is a true answer.
-    for (const Place& place : places_) {
-        std::array<std::uint64_t, kWords> words;
-        std::uint64_t age = 0;
-        for (int attempt = 0; attempt < 100; ++attempt)
-            if (Read(place, words, age)) {
+    // Only a writer that has finished one place and begun the other in between leaves a pair
+    // without an answer. Bounded all the same, since the processing thread may read.
+    constexpr int kAttempts = 100;
+    for (const Pair& pair : pairs_) {
+        bool found = false;
+        for (int attempt = 0; attempt < kAttempts && !found; ++attempt)
+            for (const Place& place : pair) {
+                std::array<std::uint64_t, kWords> words;
+                std::uint64_t age = 0;
+                if (!Read(place, words, age))
+                    continue;
+                found = true;
                 if (age >= newestAge) {
                     newest = words;
                     newestAge = age;
                 }
-                break;
             }
     }
     std::array<char, kSize> name;

@@ -207,6 +207,33 @@ TEST(EngineThread, AppliesWholeProgramsAndKeepsTheOrderWhileOthersHammer)
     EXPECT_GT(renderer.renders, 10);
 }
 
+TEST(EngineThread, HasAWholeNameWhileManyRename)
+{
+    CSharedName name;
+    name.Set("first", CSharedName::EWriter::Other);
+    std::atomic<bool> stop{false};
+    std::vector<std::thread> writers; // more than processors: some are stopped in mid-write
+    for (int i = 0; i < 8; ++i)
+        writers.emplace_back([&] {
+            while (!stop)
+                name.Set("other", CSharedName::EWriter::Other);
+        });
+    writers.emplace_back([&] {
+        while (!stop)
+            name.Set("owner", CSharedName::EWriter::EngineOwner);
+    });
+    std::array<char, 64> text;
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(300);
+    while (std::chrono::steady_clock::now() < end && !HasFailure()) {
+        name.Get(text);
+        const std::string_view seen = text.data();
+        EXPECT_TRUE(seen == "first" || seen == "other" || seen == "owner") << seen;
+    }
+    stop = true;
+    for (std::thread& writer : writers)
+        writer.join();
+}
+
 TEST(EngineThread, RendersSilenceInsteadOfWaitingWhileAnotherThreadHasTheEngine)
 {
     CTestRenderer renderer;
