@@ -90,6 +90,13 @@ class Findings:
             level = recording.level(start + at, 0.3)
             self.expect(level < 0.001, f"{when}: {level:.5f} between and after the notes")
 
+    def expect_stopped(self, recording, when):
+        """That the clip was started, and stopped during its first note."""
+        start = recording.onset()
+        heard, later = recording.level(start, 0.2), recording.level(start + 1.5, 2.0)
+        self.expect(heard > 0.01 and later < 0.001,
+                    f"{when}: level {heard:.3f} of the first note, {later:.5f} of what would follow")
+
     def expect_filter_closes(self, recording, when):
         """That the second note is much duller than the first."""
         start = recording.onset()

@@ -1,7 +1,8 @@
 #!/usr/bin/env python3
-"""muse.py MODULE FOLDER PREVIEW: our module in MusE. A song opens the editor, which is compared with
+"""muse.py MODULE FOLDER PREVIEW: our module in MusE. A song opens two editors, which are compared with
 what PREVIEW (keldra_skin_preview) paints; notes are played from the space bar, while a knob is turned
-and written as automation; the song is saved and loaded by a new MusE.
+and written as automation; an editor is opened twenty times; a synthesizer is removed under its editor;
+the song is saved and loaded by a new MusE.
 FOLDER is replaced; it keeps the song, WAVs, pictures and logs. Ends with 77 where a program is
 missing."""
 import pathlib
@@ -11,11 +12,22 @@ import sys
 import time
 
 from listen import Findings
-from stage import (CUTOFF, CUTOFF_KNOB, Stage, careful_state, home, need, packed, painted,
-                   unpacked, without_cutoff)
+from stage import (CUTOFF, CUTOFF_KNOB, RESONANCE, RESONANCE_KNOB, Stage, careful_state,
+                   default_state, home, need, packed, painted, unpacked, value_in, without_cutoff)
 
 FIRST_CONTROLLER = 36864 # of a synthesizer's own, as MusE numbers them
-# Automation 3: "Write"; 1: "Read"
+SYNTH = """  <SynthI> <name>Keldra-{number}</name> <channels>2</channels>
+   <controller id="0" cur="1" color="#ff0000" visible="0"> </controller>
+   <automation>{automation}</automation>
+   <synthType>VST (synths)</synthType> <class>Keldra</class> <label>Keldra</label>
+   <port>{port}</port> <nativeGuiVisible>1</nativeGuiVisible>
+   <customData>{state}</customData>
+  </SynthI>
+"""
+OUTPUTS = "MusE:Out 1-0", "MusE:Out 1-1"
+WRITE, READ = 3, 1 # a synthesizer's automation
+# In the main window: a button of its bar, and in the list of tracks
+SHOW_SYNTHS, NAMES, PORTS, FIRST_SYNTH, LINE = (446, 137), 260, 316, 225, 24
 SONG = """<?xml version="1.0"?>
 <muse version="3.3">
  <song>
@@ -23,14 +35,7 @@ SONG = """<?xml version="1.0"?>
   <AudioOutput> <name>Out 1</name> <channels>2</channels>
    <controller id="0" cur="1" color="#ff0000" visible="0"> </controller>
   </AudioOutput>
-  <SynthI> <name>Keldra-1</name> <channels>2</channels>
-   <controller id="0" cur="1" color="#ff0000" visible="0"> </controller>
-   <automation>3</automation>
-   <synthType>VST (synths)</synthType> <class>Keldra</class> <label>Keldra</label>
-   <port>0</port> <nativeGuiVisible>1</nativeGuiVisible>
-   <customData>{state}</customData>
-  </SynthI>
-  <miditrack> <name>Track 1</name> <device>0</device> <channel>0</channel>
+{synths}  <miditrack> <name>Track 1</name> <device>0</device> <channel>0</channel>
    <part> <name>clip</name> <poslen tick="0" len="4608" />
     <event tick="768" len="768" a="69" b="100" />
     <event tick="2304" len="768" a="72" b="100" />
@@ -39,6 +44,7 @@ SONG = """<?xml version="1.0"?>
   <Route channel="0"> <source name="Out 1"/> <dest type="1" name="system:playback_1"/> </Route>
   <Route channel="1"> <source name="Out 1"/> <dest type="1" name="system:playback_2"/> </Route>
   <Route> <source name="Keldra-1"/> <dest name="Out 1"/> </Route>
+  <Route> <source name="Keldra-2"/> <dest name="Out 1"/> </Route>
   <tempolist fix="500000">
    <tempo at="21474837"> <tick>0</tick> <val>500000</val> </tempo>
   </tempolist>
@@ -49,23 +55,54 @@ SONG = """<?xml version="1.0"?>
 
 
 class Muse:
-    def __init__(self, stage, folder, name):
+    def __init__(self, stage, folder, name, synths):
         self.stage, self.song = stage, folder / "song.med"
         self.process = stage.start(name, "muse", "-p", "-I", "-2", "-S", self.song)
-        question = stage.window("Instrument initialization")
-        stage.key(question, "Return")
-        self.main, self.editor = stage.window("MusE Project"), stage.window("Keldra-1")
+        for question, answer in (("Instrument initialization", "Return"), ("Did you know", "Escape")):
+            stage.key(stage.window(question), answer)
+        self.main = stage.window("MusE Project")
+        self.editors = [self.editor(number + 1) for number in range(synths)]
+        stage.ask("xdotool", "mousemove", 5, 5)
+        time.sleep(6.0) # until MusE's splash screen, which lies above, is gone
+        stage.click(self.main, *SHOW_SYNTHS)
+
+    def editor(self, number):
+        """Beside the list of tracks."""
+        window = self.stage.window(f"Keldra-{number}:")
+        self.stage.ask("xdotool", "windowmove", "--sync", window, 740, 420 * (2 - number))
+        return window
+
+    def look(self, number, name):
+        """@return what an editor shows that has been open for a while"""
+        self.stage.ask("xdotool", "windowactivate", "--sync", self.editors[number - 1],
+                       "mousemove", 5, 5)
+        time.sleep(0.5)
+        return self.stage.picture(self.editors[number - 1], name)
+
+    def close_editor(self, number):
+        self.stage.key(self.editors[number - 1], "alt+F4")
+        self.stage.wait("closed editor", lambda: not self.stage.windows(f"Keldra-{number}:"), 10)
+
+    def open_editor(self, number):
+        self.stage.choose(self.main, PORTS, FIRST_SYNTH + LINE * (number - 1), "Up")
+        self.editors[number - 1] = self.editor(number)
+
+    def remove(self, number):
+        self.stage.choose(self.main, NAMES, FIRST_SYNTH + LINE * (number - 1), "Down", "Down")
 
     def play(self, wav, **what):
-        return self.stage.play(wav, 7, "MusE:Out 1-0", "MusE:Out 1-1", **what)
+        return self.stage.play(wav, 7, *OUTPUTS, **what)
 
     def save(self):
-        """@return (state, MusE's value of our cutoff, its line of automation) in the song's file"""
+        """@return (the first synthesizer's state, MusE's value of its cutoff, the line of automation for
+        it, how many synthesizers there are) in the song's file"""
         text = self.stage.saved(self.song, lambda: self.stage.key(self.main, "ctrl+s"))
-        value, points = re.search(
-            rf'<controller id="{FIRST_CONTROLLER + CUTOFF}" cur="([^"]*)"[^>]*>([^<]*)<', text).groups()
+        synths = re.findall("<SynthI>.*?</SynthI>", text, re.DOTALL)
+        value, points = re.search(rf'<controller id="{FIRST_CONTROLLER + CUTOFF}" cur="([^"]*)"[^>]*>'
+                                  "([^<]*)<", synths[0]).groups()
         line = [float(point.split()[1]) for point in points.split(",") if point.strip()]
-        return unpacked(re.search(r"<customData>([^<]*)<", text).group(1)), float(value), line
+        state = unpacked(re.search(r"<customData>([^<]*)<", synths[0]).group(1))
+        return state, float(value), line, len(synths)
 
 
 def main():
@@ -75,37 +112,68 @@ def main():
     folder.mkdir(parents=True)
     env = home(folder)
     shutil.copytree(module.parent, folder / "home/.lxvst") # the one place that it always looks at
-    state = careful_state(module)
-    panel = painted(preview, module, state, folder)
-    (folder / "song.med").write_text(SONG.format(state=packed(state)))
+    states = careful_state(module), default_state(module)
+    panels = [painted(preview, module, state, folder) for state in states]
+    (folder / "song.med").write_text(SONG.format(synths="".join(
+        SYNTH.format(number=port + 1, port=port, automation=automation, state=packed(state))
+        for port, (state, automation) in enumerate(zip(states, (WRITE, READ))))))
     found = Findings()
 
     with Stage(folder, env) as stage:
-        muse = Muse(stage, folder, "first")
-        stage.ask("xdotool", "windowactivate", "--sync", muse.editor, "mousemove", 5, 5)
-        time.sleep(6.0) # until MusE's splash screen, which lies above, is gone
-        found.expect_panel(stage.picture(muse.editor, "editor"), panel, "the editor")
-        stage.click(muse.editor, 430, 20) # the panel's plain upper edge
+        muse = Muse(stage, folder, "first", len(states))
+        for number, panel in enumerate(panels, 1):
+            found.expect_panel(muse.look(number, f"editor {number}"), panel, f"editor {number} of two")
+        stage.picture("root", "two editors")
+        stage.click(muse.editors[0], 430, 20) # the panel's plain upper edge
+        found.expect_stopped(
+            stage.start_and_stop(folder / "stopped.wav", muse.editors[0], *OUTPUTS, before_stop=1.6),
+            "space on the panel starts and stops")
         recording = muse.play(
-            folder / "first.wav", start=lambda: stage.key(muse.editor, "space"), after=2.7,
-            do=lambda: stage.drag_down(muse.editor, *CUTOFF_KNOB, steps=14))
+            folder / "first.wav", start=lambda: stage.key(muse.editors[0], "space"), after=2.7,
+            do=lambda: stage.drag_down(muse.editors[0], *CUTOFF_KNOB, steps=14))
         found.expect_clip(recording, "after space on the panel", recording.onset(), semitones=1)
         found.expect_filter_closes(recording, "by the knob")
-        saved, cutoff, line = muse.save()
+        saved, cutoff, line, _ = muse.save()
         found.expect(abs(cutoff - 0.3) < 0.02, f"MusE's value follows the knob to {cutoff}")
         found.expect(len(line) > 10 and line == sorted(line, reverse=True) and line[0] == 1.0 and
                      line[-1] == cutoff,
                      f"what was turned is in the song, {len(line)} points, {line[0]} to {line[-1]}")
-        found.expect(without_cutoff(saved) == without_cutoff(state), "nothing else has changed")
+        found.expect(without_cutoff(saved) == without_cutoff(states[0]), "nothing else has changed")
+
+        # The panel names the parameter that was turned last; so it is compared with itself.
+        before = muse.look(1, "before closing")
+        most = 1
+        for _ in range(20):
+            muse.close_editor(1)
+            muse.open_editor(1)
+            shown, looks = stage.opened(muse.editors[0], "opened again", before)
+            most = max(most, looks)
+        found.expect_panel(shown, before, f"opened twenty times more, whole at look {most} at the latest")
+
+        muse.remove(2)
+        stage.wait("window gone", lambda: not stage.windows("Keldra-2:"), 10)
+        stage.picture("root", "removed")
+        recording = muse.play(folder / "removed.wav")
+        found.expect_clip(recording, "other one removed with its editor", recording.onset(),
+                          semitones=1)
+        stage.drag_down(muse.editors[0], *RESONANCE_KNOB, 2, pixels=-20)
+        saved, _, _, count = muse.save()
+        resonance = value_in(saved, RESONANCE)
+        found.expect(count == 1 and abs(resonance - 0.1) < 0.02,
+                     f"and the editor that is left turns knobs, to {resonance:.3f}")
+        found.expect(muse.process.poll() is None, "MusE goes on")
 
     with Stage(folder, env) as stage: # a new one, as the JACK server would wait for the MusE that is gone
-        muse.song.write_text(muse.song.read_text().replace("<automation>3<", "<automation>1<"))
-        muse = Muse(stage, folder, "second")
+        muse.song.write_text(muse.song.read_text().replace(f"<automation>{WRITE}<",
+                                                           f"<automation>{READ}<"))
+        muse = Muse(stage, folder, "second", count)
+        found.expect_panel(muse.look(1, "reloaded"),
+                           painted(preview, module, saved, folder), "the panel in a new MusE")
         recording = muse.play(folder / "second.wav")
         found.expect_clip(recording, "reloaded", recording.onset(), semitones=1)
         found.expect_filter_closes(recording, "reloaded, by what was written")
-        stage.drag_down(muse.editor, *CUTOFF_KNOB, steps=1) # MusE saves only songs that have changed
-        again, _, _ = muse.save() # the cutoff follows its line
+        stage.drag_down(muse.editors[0], *CUTOFF_KNOB, steps=1) # MusE saves only songs that have changed
+        again, _, _, _ = muse.save() # the cutoff follows its line
         found.expect(without_cutoff(again) == without_cutoff(saved),
                      "a new MusE has the state bit by bit")
     sys.exit(found.failed)

@@ -231,6 +231,13 @@ class Stage:
         self.transport("stop")
         return recording
 
+    def start_and_stop(self, wav, window, *ports, before_stop):
+        """Records a song that the space bar in this window starts and, that many seconds later, stops."""
+        def stop():
+            time.sleep(before_stop)
+            self.key(window, "space")
+        return self.record(wav, 6, *ports, start=lambda: self.key(window, "space"), do=stop)
+
     def saved(self, file, save):
         """Has a host save. @return what it wrote"""
         before = file.stat().st_mtime_ns
@@ -257,12 +264,31 @@ class Stage:
         self.ask("import", "-silent", "-window", window, self.folder / f"{name}.png")
         return Picture(self.folder / f"{name}.png")
 
+    def opened(self, window, name, painted, most=5):
+        """Looks at a window that a host has just opened until it shows this panel, so many times at
+        most. @return (what it shows, how many looks that took)"""
+        self.ask("xdotool", "mousemove", 5, 5) # no hint is shown over it, no control under the pointer
+        for look in range(1, most + 1):
+            shown = self.picture(window, name)
+            if shown.likeness(painted) == 1.0:
+                break
+        return shown, look
+
+    def choose(self, window, x, y, *keys):
+        """By these keys, from the menu that the right button opens there."""
+        self.ask("xdotool", "windowactivate", "--sync", window, "mousemove", "--window", window, x, y,
+                 "click", 3)
+        time.sleep(1.0)
+        self.ask("xdotool", "key", "--delay", 100, *keys, "Return")
+
     def click(self, window, x, y, times=1):
         self.ask("xdotool", "mousemove", "--window", window, x, y,
                  "click", "--repeat", times, "--delay", 60, 1)
 
     def drag_down(self, window, x, y, steps, pixels=20):
-        """Up, where pixels are below 0. By relative moves: an endless drag puts the pointer back where it was after each."""
+        """Up, where pixels are below 0. By relative moves: an endless drag puts the pointer back where
+        it was after each."""
+        self.ask("xdotool", "windowactivate", "--sync", window)
         moves = ("sleep", 0.05, "mousemove_relative", 0, pixels) * steps
         self.ask("xdotool", "mousemove", "--window", window, x, y, "sleep", 0.05,
                  "mousedown", 1, *moves, "sleep", 0.1, "mouseup", 1)
