@@ -124,12 +124,12 @@ def main():
         for number, panel in enumerate(panels, 1):
             found.expect_panel(muse.look(number, f"editor {number}"), panel, f"editor {number} of two")
         stage.picture("root", "two editors")
-        stage.click(muse.editors[0], 430, 20) # the panel's plain upper edge
+        stage.touch_panel(muse.editors[0])
         found.expect_stopped(
-            stage.start_and_stop(folder / "stopped.wav", muse.editors[0], *OUTPUTS, before_stop=1.6),
+            stage.start_and_stop(folder / "stopped.wav", *OUTPUTS, before_stop=1.6),
             "space on the panel starts and stops")
         recording = muse.play(
-            folder / "first.wav", start=lambda: stage.key(muse.editors[0], "space"), after=2.7,
+            folder / "first.wav", start=stage.space, after=2.7,
             do=lambda: stage.drag_down(muse.editors[0], *CUTOFF_KNOB, steps=14))
         found.expect_clip(recording, "after space on the panel", recording.onset(), semitones=1)
         found.expect_filter_closes(recording, "by the knob")

@@ -231,12 +231,13 @@ class Stage:
         self.transport("stop")
         return recording
 
-    def start_and_stop(self, wav, window, *ports, before_stop):
-        """Records a song that the space bar in this window starts and, that many seconds later, stops."""
+    def start_and_stop(self, wav, *ports, before_stop):
+        """Records a song that the space bar starts and, that many seconds later, stops, wherever the
+        keyboard is."""
         def stop():
             time.sleep(before_stop)
-            self.key(window, "space")
-        return self.record(wav, 6, *ports, start=lambda: self.key(window, "space"), do=stop)
+            self.space()
+        return self.record(wav, 6, *ports, start=self.space, do=stop)
 
     def saved(self, file, save):
         """Has a host save. @return what it wrote"""
@@ -259,6 +260,20 @@ class Stage:
         self.ask("xdotool", "windowactivate", "--sync", window)
         self.ask("xdotool", "key", "--delay", 100, *keys)
 
+    def space(self):
+        """Pressed wherever the keyboard is. A window that is activated takes the keyboard from the panel
+        in it, and then it is the host that is tested."""
+        self.ask("xdotool", "key", "space")
+
+    def touch_panel(self, window, top=0):
+        """A click on its plain upper edge, below a host's bar, which gives it the keyboard."""
+        self.ask("xdotool", "windowactivate", "--sync", window)
+        def clicked(): # once more where the host, being activated, takes the keyboard late
+            self.click(window, 430, top + 20)
+            time.sleep(0.3)
+            return self.ask("xdotool", "getwindowfocus", "-f").strip() in self.windows("^Window$")
+        self.wait("keyboard in the panel", clicked)
+
     def picture(self, window, name):
         """Leaves FOLDER/NAME.png."""
         self.ask("import", "-silent", "-window", window, self.folder / f"{name}.png")
@@ -274,10 +289,10 @@ class Stage:
                 break
         return shown, look
 
-    def choose(self, window, x, y, *keys):
-        """By these keys, from the menu that the right button opens there."""
+    def choose(self, window, x, y, *keys, button=3):
+        """By these keys, from the menu that a button of the mouse opens there."""
         self.ask("xdotool", "windowactivate", "--sync", window, "mousemove", "--window", window, x, y,
-                 "click", 3)
+                 "click", button)
         time.sleep(1.0)
         self.ask("xdotool", "key", "--delay", 100, *keys, "Return")
 
