@@ -2,8 +2,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <complex>
-#include <numbers>
 
 #include "voice/VoiceRandom.h"
 #include "voice/VoiceRender.h"
@@ -13,22 +11,41 @@ namespace keldra {
 
 namespace {
 
-/// The active voices in order, then free ones that fill up the last group of four.
-template <class Voice>
-std::vector<Voice*> ActiveFirst(const std::vector<std::unique_ptr<Voice>>& voices, int& activeCount)
+/// Lengths that start and end inside vectors, stretches and quads.
+constexpr int kBlocks[] = {512, 8, 296, 512, 3, 129, 64};
+
+/// Renders all voices that sound block by block: these in order, then free ones, which fill up the
+/// last group of four.
+template <class Voice, class RenderRow>
+StereoSound RenderBlocks(const std::vector<std::unique_ptr<Voice>>& voices, int samples,
+                         RenderRow&& renderRow)
 {
-    std::vector<Voice*> row;
-    for (const auto& voice : voices)
-        if (voice->note >= 0)
+    StereoSound sound;
+    for (int done = 0, block = 0; done < samples; ++block) {
+        std::vector<Voice*> row;
+        for (const auto& voice : voices)
             row.push_back(voice.get());
-    activeCount = static_cast<int>(row.size());
-    for (const auto& voice : voices)
-        if (voice->note < 0)
-            row.push_back(voice.get());
-    return row;
+        const auto firstFree = std::stable_partition(
+            row.begin(), row.end(), [](const Voice* voice) { return voice->note >= 0; });
+        const auto active = static_cast<int>(firstFree - row.begin());
+        const int count = std::min(samples - done, kBlocks[block % std::ssize(kBlocks)]);
+        const std::vector<float> silence(static_cast<std::size_t>(count));
+        StereoSound part{silence, silence};
+        if (active > 0)
+            renderRow(row, active, count, part.left.data(), part.right.data());
+        sound.Append(part);
+        done += count;
+    }
+    return sound;
 }
 
 } // namespace
+
+void StereoSound::Append(const StereoSound& more)
+{
+    left.insert(left.end(), more.left.begin(), more.left.end());
+    right.insert(right.end(), more.right.begin(), more.right.end());
+}
 
 CVoiceRig::CVoiceRig(double hostRate, int voiceCount)
 {
@@ -90,65 +107,37 @@ void CVoiceRig::Reset(int index)
     Twin(index).Reset();
 }
 
-StereoSound CVoiceRig::Render(int samples, int block)
+StereoSound CVoiceRig::Render(int samples)
 {
-    return RenderWith(LoadedKernel(), Divided(samples, std::span(&block, 1)));
+    return RenderWith(LoadedKernel(), samples);
 }
 
-StereoSound CVoiceRig::RenderWith(const VoiceKernel& kernel, std::span<const int> blocks)
+StereoSound CVoiceRig::RenderWith(const VoiceKernel& kernel, int samples)
 {
     FollowLfo();
-    StereoSound sound;
-    for (const int length : blocks) {
-        int active = 0;
-        const std::vector<KeldraGenerator*> row = ActiveFirst(voices_, active);
-        std::vector<float> left(static_cast<std::size_t>(length));
-        std::vector<float> right(static_cast<std::size_t>(length));
-        if (active > 0) {
-            for (KeldraGenerator* voice : row)
-                if (!voice->IsFree())
-                    voice->PrepareBlock(length);
-            RenderVoicesWith(kernel, row, active, length, patch, left.data(), right.data());
-        }
-        sound.left.insert(sound.left.end(), left.begin(), left.end());
-        sound.right.insert(sound.right.end(), right.begin(), right.end());
-    }
-    return sound;
+    return RenderBlocks(voices_, samples,
+                        [&](auto& row, int active, int count, float* left, float* right) {
+                            for (KeldraGenerator* voice : row)
+                                if (!voice->IsFree())
+                                    voice->PrepareBlock(count);
+                            RenderVoicesWith(kernel, row, active, count, patch, left, right);
+                        });
 }
 
-StereoSound CVoiceRig::RenderTwins(std::span<const int> blocks)
+StereoSound CVoiceRig::RenderTwins(int samples)
 {
     FollowLfo();
-    StereoSound sound;
-    for (const int length : blocks) {
-        int active = 0;
-        const std::vector<ScalarVoice*> row = ActiveFirst(twins_, active);
-        std::vector<float> left(static_cast<std::size_t>(length));
-        std::vector<float> right(static_cast<std::size_t>(length));
-        bool first = true;
-        for (int i = 0; i < active; i += 4) {
-            const std::size_t count = active - i >= 2 ? 4 : 1;
-            const std::span group = std::span(row).subspan(static_cast<std::size_t>(i), count);
-            for (ScalarVoice* voice : group)
-                if (voice->note >= 0)
-                    voice->PrepareBlock(length);
-            RenderScalarGroup(group, length, left.data(), right.data(), first);
-            first = false;
-        }
-        sound.left.insert(sound.left.end(), left.begin(), left.end());
-        sound.right.insert(sound.right.end(), right.begin(), right.end());
-    }
-    return sound;
-}
-
-std::vector<int> Divided(int samples, std::span<const int> lengths)
-{
-    std::vector<int> blocks;
-    for (std::size_t i = 0; samples > 0; ++i) {
-        blocks.push_back(std::min(samples, lengths[i % lengths.size()]));
-        samples -= blocks.back();
-    }
-    return blocks;
+    return RenderBlocks(
+        twins_, samples, [](auto& row, int active, int count, float* left, float* right) {
+            for (int i = 0; i < active; i += 4) {
+                const std::size_t size = active - i >= 2 ? 4 : 1;
+                const std::span group = std::span(row).subspan(static_cast<std::size_t>(i), size);
+                for (ScalarVoice* voice : group)
+                    if (voice->note >= 0)
+                        voice->PrepareBlock(count);
+                RenderScalarGroup(group, count, left, right, i == 0);
+            }
+        });
 }
 
 double Rms(std::span<const float> sound)
@@ -173,50 +162,6 @@ double ErrorDb(const StereoSound& sound, const StereoSound& truth)
     add(sound.left, truth.left);
     add(sound.right, truth.right);
     return 10.0 * std::log10(error / power);
-}
-
-double AmplitudeAt(std::span<const float> sound, double hz, double rate)
-{
-    const double step = 2.0 * std::numbers::pi * hz / rate;
-    std::complex<double> sum = 0.0;
-    double weights = 0.0;
-    for (std::size_t i = 0; i < sound.size(); ++i) { // Hann window: neighbours leak little
-        const double place = static_cast<double>(i) / static_cast<double>(sound.size());
-        const double weight = 1.0 - std::cos(2.0 * std::numbers::pi * place);
-        sum += std::polar(weight * static_cast<double>(sound[i]), step * static_cast<double>(i));
-        weights += weight;
-    }
-    return 2.0 * std::abs(sum) / weights;
-}
-
-double FrequencyOf(std::span<const float> sound, double rate)
-{
-    double mean = 0.0;
-    for (const float sample : sound)
-        mean += static_cast<double>(sample) / static_cast<double>(sound.size());
-    double first = -1.0;
-    double last = -1.0;
-    int periods = -1;
-    for (std::size_t i = 1; i < sound.size(); ++i) {
-        const double before = sound[i - 1] - mean;
-        const double now = sound[i] - mean;
-        if (before < 0.0 && now >= 0.0) {
-            last = static_cast<double>(i) - now / (now - before);
-            first = periods < 0 ? last : first;
-            ++periods;
-        }
-    }
-    return periods < 1 ? 0.0 : periods * rate / (last - first);
-}
-
-double Decibels(double ratio)
-{
-    return 20.0 * std::log10(ratio);
-}
-
-bool IsFinite(std::span<const float> sound)
-{
-    return std::all_of(sound.begin(), sound.end(), [](float x) { return std::isfinite(x); });
 }
 
 } // namespace keldra

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <span>
 #include <vector>
@@ -15,6 +14,8 @@ struct VoiceKernel;
 /// Left and right at the internal rate.
 struct StereoSound {
     std::vector<float> left, right;
+
+    void Append(const StereoSound& more);
 };
 
 /// A patch and some voices, driven as an engine drives them but without smoothing or decimation,
@@ -37,12 +38,11 @@ public:
     KeldraGenerator& Voice(int index) { return *voices_[static_cast<std::size_t>(index)]; }
     ScalarVoice& Twin(int index) { return *twins_[static_cast<std::size_t>(index)]; }
 
-    /// Prepares and renders blocks of at most `block` samples.
-    StereoSound Render(int samples, int block = kMaxBlockSamples);
-    StereoSound RenderWith(const VoiceKernel& kernel, std::span<const int> blocks);
-    StereoSound RenderTwins(std::span<const int> blocks);
+    // In blocks of various lengths
+    StereoSound Render(int samples); ///< by the kernel that is loaded
+    StereoSound RenderWith(const VoiceKernel& kernel, int samples);
+    StereoSound RenderTwins(int samples);
 
-    double InternalRate() const { return patch.internalRate; }
     int Samples(double seconds) const { return static_cast<int>(seconds * patch.internalRate); }
 
 private:
@@ -55,19 +55,8 @@ private:
     std::vector<std::unique_ptr<ScalarVoice>> twins_;
 };
 
-/// Blocks of the given lengths, over and over, that make up so many samples.
-[[nodiscard]] std::vector<int> Divided(int samples, std::span<const int> lengths);
-
-// --- Measuring ---
-
 [[nodiscard]] double Rms(std::span<const float> sound);
 /// Of the difference, relative to `truth`.
 [[nodiscard]] double ErrorDb(const StereoSound& sound, const StereoSound& truth);
-/// Amplitude of the part at one frequency; whole periods measure best.
-[[nodiscard]] double AmplitudeAt(std::span<const float> sound, double hz, double rate);
-/// The pitch of a sound that crosses its own mean upwards once a period.
-[[nodiscard]] double FrequencyOf(std::span<const float> sound, double rate);
-[[nodiscard]] double Decibels(double ratio);
-[[nodiscard]] bool IsFinite(std::span<const float> sound);
 
 } // namespace keldra
