@@ -198,6 +198,14 @@ ScalarEffects::ScalarEffects(double rate) : rate_(rate), shelfLeft_(rate), shelf
     }
 }
 
+void ScalarEffects::Reset()
+{
+    shelfLeft_ = shelfRight_ = Shelf(rate_);
+    for (const auto* lines : {&chorus_, &delay_})
+        for (const auto& line : *lines)
+            line->Reset();
+}
+
 void ScalarEffects::Follow(const ScalarEffectSettings& settings, double tempo)
 {
     if (settings.delayOn != settings_.delayOn)

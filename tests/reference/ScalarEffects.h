@@ -66,6 +66,7 @@ struct ScalarEffectSettings {
 class ScalarEffects {
 public:
     explicit ScalarEffects(double rate);
+    void Reset();
     void Follow(const ScalarEffectSettings& settings, double tempo);
     void Process(float* left, float* right, int frames);
 
