@@ -1,5 +1,7 @@
+#include <algorithm>
 #include <gtest/gtest.h>
 #include <memory>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -26,37 +28,60 @@ public:
 
 class CTestSynth final : public CSynthesizer {
 public:
-    explicit CTestSynth(int voiceCount = 64, int polyphony = 16)
+    CTestSynth()
     {
-        for (int i = 0; i < voiceCount; ++i) {
+        for (int i = 0; i < 64; ++i) {
             voices.push_back(std::make_unique<CPatientVoice>(patch_));
             AppendVoice(*voices.back());
         }
-        SetPolyphony(polyphony);
+        SetPolyphony(16);
         SetSampleRate(kRate);
     }
-    void Press(int key, int velocity = 100) { MidiNoteOn(key, velocity); }
-    void Release(int key) { MidiNoteOff(key, 0); }
+    /// A key for each number, down, or up when it is negative; and what else the words say.
+    void Play(const std::string& script)
+    {
+        std::istringstream steps(script);
+        for (std::string step; steps >> step;)
+            if (step == "pedal")
+                Control(64, 1); // anything but 0
+            else if (step == "lift")
+                Control(64, 0);
+            else if (step == "reset")
+                Control(121, 0);
+            else if (step == "off")
+                Control(123, 0);
+            else if (step == "mono" || step == "poly")
+                SetMonophonic(step == "mono");
+            else if (step == "arp" || step == "noarp")
+                SetArpeggiatorOn(step == "arp");
+            else if (step == "rate")
+                SetSampleRate(0.0);
+            else if (const int key = std::stoi(step); key > 0)
+                MidiNoteOn(key, 100);
+            else
+                MidiNoteOff(-key, 0);
+    }
     void Control(int controller, int value) { MidiControlChange(controller, value); }
     float ControllerValue(int controller) const { return Controller(controller); }
 
-    /// The sounding keys of the first voices, '-' for free ones, '~' behind released ones.
-    std::string Playing(std::size_t count = 4) const
+    /// The keys of the voices up to the last that plays; '-' for free ones, '~' behind released
+    /// ones.
+    std::string Playing() const
     {
-        std::string keys;
-        for (std::size_t i = 0; i < count; ++i) {
-            keys += voices[i]->IsFree() ? "-" : std::to_string(voices[i]->note);
-            keys += !voices[i]->IsFree() && voices[i]->released ? "~ " : " ";
+        std::string keys, free;
+        for (const auto& voice : voices) {
+            if (voice->IsFree()) {
+                free += "- ";
+                continue;
+            }
+            keys += free + std::to_string(voice->note) + (voice->released ? "~ " : " ");
+            free.clear();
         }
-        keys.pop_back();
-        return keys;
+        return keys.substr(0, keys.find_last_not_of(' ') + 1);
     }
-    using CSynthesizer::driftAmount_;
     using CSynthesizer::patch_;
-    using CSynthesizer::SetArpeggiatorOn;
     using CSynthesizer::SetGlideMode;
     using CSynthesizer::SetGlideTime;
-    using CSynthesizer::SetMonophonic;
     using CSynthesizer::SetPolyphony;
     using CSynthesizer::SetUnisonCount;
 
@@ -65,203 +90,127 @@ public:
 
 } // namespace
 
-TEST(NoteHandling, StealsTheOldestVoiceWhenAllAreHeld)
-{
-    CTestSynth synth;
-    for (int key = 40; key < 57; ++key)
-        synth.Press(key);
-    EXPECT_EQ(synth.voices[0]->note, 56) << "the 17th key takes the first key's voice";
-    EXPECT_EQ(synth.voices[1]->note, 41);
-    EXPECT_TRUE(synth.voices[16]->IsFree()) << "polyphony is 16";
-    EXPECT_EQ(synth.Keys().voiceCount[40], 0);
-    EXPECT_EQ(synth.Keys().voiceCount[56], 1);
-}
-
-TEST(NoteHandling, StealsTheLongestReleasedVoiceBeforeAnySounding)
-{
-    CTestSynth synth(64, 3);
-    synth.Press(60);
-    synth.Press(62);
-    synth.Press(64);
-    synth.Release(64);
-    synth.Release(62);
-    EXPECT_EQ(synth.Playing(3), "60 62~ 64~");
-    synth.Press(65);
-    EXPECT_EQ(synth.Playing(3), "60 65 64~") << "62 was started before 64";
-}
-
-TEST(NoteHandling, StartsOneVoicePerUnisonVoiceButNoMoreThanPolyphony)
-{
-    CTestSynth synth(64, 4);
-    synth.SetUnisonCount(8);
-    synth.Press(60);
-    EXPECT_EQ(synth.Playing(5), "60 60 60 60 -");
-    for (std::size_t k = 0; k < 4; ++k) {
-        EXPECT_EQ(synth.voices[k]->unisonIndex, static_cast<int>(k));
-        EXPECT_EQ(synth.voices[k]->unisonCount, 8) << "the spread counts the voices asked for";
-    }
-    synth.Release(60);
-    EXPECT_EQ(synth.Playing(4), "60~ 60~ 60~ 60~");
-    CTestSynth few(2, 64);
-    few.SetUnisonCount(16);
-    few.Press(60);
-    EXPECT_EQ(few.voices[1]->unisonCount, 2) << "limited to the voices there are";
-}
-
-TEST(NoteHandling, GivesAllUnisonVoicesOneDriftBelowThePitch)
-{
-    CTestSynth synth;
-    synth.driftAmount_ = 0.01f;
-    synth.SetUnisonCount(2);
-    float least = 0.0f;
-    float greatest = -1.0f;
-    for (int i = 0; i < 200; ++i) {
-        synth.Press(60);
-        for (std::size_t k = 0; k < 16; k += 2)
-            EXPECT_EQ(synth.voices[k]->drift, synth.voices[k + 1]->drift);
-        least = std::min(least, synth.voices[0]->drift);
-        greatest = std::max(greatest, synth.voices[0]->drift);
-    }
-    EXPECT_GE(least, -0.02f);
-    EXPECT_LT(least, -0.015f);
-    EXPECT_LE(greatest, 0.0f);
-    EXPECT_GT(greatest, -0.005f);
-}
-
-TEST(NoteHandling, GlidesFromHeldKeysOnlyWhenToldSo)
+TEST(NoteHandling, ChoosesReleasesAndStealsVoices)
 {
     struct Case {
         const char* what;
-        bool onlyHeld;
-        std::vector<int> held;
-        int key;
-        float from;
+        int polyphony, unison;
+        const char *played, *sounding;
     };
-    const Case kCases[] = {
-        {"nothing held: no glide, though a note went before", true, {}, 62, 62},
-        {"the nearest held key; of two the lower", true, {60, 64}, 62, 60},
-        {"the nearest held key", true, {60, 64}, 63, 64},
-        {"always from the last note", false, {}, 62, 48},
+    constexpr Case kCases[] = {
+        {"the oldest is stolen when all are held", 3, 1, "60 62 64 65", "65 62 64"},
+        {"the longest released before any held", 3, 1, "60 62 64 -64 -62 65", "60 65 64~"},
+        {"a voice for each of the unison, up to the polyphony", 4, 8, "60", "60 60 60 60"},
+        {"all of which are let go", 4, 8, "60 -60", "60~ 60~ 60~ 60~"},
+
+        {"the pedal holds what is let go", 16, 1, "pedal 64 60 67 -64 -60", "64 60 67"},
+        {"until it comes up", 16, 1, "pedal 64 60 67 -64 -60 lift", "64~ 60~ 67"},
+        {"a reset of controllers lets go of nothing", 16, 1, "pedal 60 -60 reset", "60"},
+        {"but of the pedal", 16, 1, "pedal 60 -60 reset 62 -62", "60 62~"},
+        {"all notes off", 16, 1, "pedal 60 72 off", "60~ 72~"},
+        {"leaves the pedal down", 16, 1, "pedal 60 off 62 -62", "60~ 62"},
+
+        {"one voice plays legato", 16, 1, "mono 60 64", "64"},
+        {"and goes back to the key that is held", 16, 1, "mono 60 64 -64", "60"},
+        {"until none is", 16, 1, "mono 60 64 -64 -60", "60~"},
+        {"no voice plays the first key any more", 16, 1, "mono 67 69 -67", "69"},
+
+        {"another mode lets go of all", 16, 1, "pedal 60 72 arp", "60~ 72~"},
+        {"in the new mode already", 16, 1, "pedal 60 72 mono", "72~ 72~"},
+        {"the same mode of nothing", 16, 1, "60 72 poly noarp", "60 72"},
+        {"another rate frees all", 16, 1, "60 72 rate", ""},
     };
-    for (const auto& [what, onlyHeld, held, key, from] : kCases) {
+    for (const auto& [what, polyphony, unison, played, sounding] : kCases) {
         CTestSynth synth;
-        synth.SetGlideTime(0.5f);
-        synth.SetGlideMode(onlyHeld, false);
-        synth.Press(48);
-        synth.Release(48);
-        for (const int other : held)
-            synth.Press(other);
-        synth.Press(key);
-        EXPECT_EQ(synth.voices[1 + held.size()]->glidePitch, from) << what;
+        synth.SetPolyphony(polyphony);
+        synth.SetUnisonCount(unison);
+        synth.Play(played);
+        EXPECT_EQ(synth.Playing(), sounding) << what;
+        for (int key = 0; key < kKeyCount; ++key)
+            EXPECT_EQ(synth.Keys().voiceCount[static_cast<std::size_t>(key)],
+                      std::ranges::count_if(synth.voices,
+                                            [=](const auto& voice) { return voice->note == key; }))
+                << what;
     }
 }
 
-TEST(NoteHandling, GlidesWithConstantRateOrInConstantTime)
+TEST(NoteHandling, CountsTheUnisonVoicesThatAreAskedFor)
+{
+    for (const auto& [asked, counted] : {std::pair{8, 8}, {100, 64}}) {
+        CTestSynth synth;
+        synth.SetPolyphony(4);
+        synth.SetUnisonCount(asked);
+        synth.Play("60");
+        for (std::size_t k = 0; k < 4; ++k) {
+            EXPECT_EQ(synth.voices[k]->unisonIndex, static_cast<int>(k));
+            EXPECT_EQ(synth.voices[k]->unisonCount, counted) << "the spread is that of all";
+        }
+    }
+}
+
+TEST(NoteHandling, GlidesFromWhereAtTheRateThatItIsTold)
 {
     struct Case {
-        bool fixedTime;
-        int from, to;
+        const char* what;
+        bool onlyHeld, fixedTime;
+        const char* before;
+        int key;
+        float from;
         double semitonesPerSecond; ///< of internal samples counted as frames
     };
-    for (const auto& [fixedTime, from, to, rate] :
-         {Case{false, 48, 60, 24.0}, Case{false, 48, 84, 24.0}, Case{true, 48, 60, 24.0},
-          Case{true, 48, 84, 72.0}, Case{true, 84, 60, 48.0}}) {
+    constexpr Case kCases[] = {
+        {"nothing held: no glide, though a note went before", true, false, "48 -48", 62, 62, 24},
+        {"the nearest held key; of two the lower", true, false, "48 -48 60 64", 62, 60, 24},
+        {"the nearest held key", true, false, "48 -48 60 64", 63, 64, 24},
+        {"always from the last note", false, false, "48 -48", 62, 48, 24},
+        {"as fast over more", false, false, "48", 84, 48, 24},
+        {"as long over more", false, true, "48", 84, 48, 72},
+        {"as long downwards", false, true, "84", 60, 84, 48},
+    };
+    for (const auto& [what, onlyHeld, fixedTime, before, key, from, semitonesPerSecond] : kCases) {
         CTestSynth synth;
         synth.SetGlideTime(0.5f);
-        synth.SetGlideMode(false, fixedTime);
-        synth.Press(from);
-        synth.Press(to);
-        EXPECT_NEAR(synth.voices[1]->glideRate * kRate, rate, 1e-3) << from << " to " << to;
+        synth.SetGlideMode(onlyHeld, fixedTime);
+        synth.Play(std::string(before) + " " + std::to_string(key));
+        const CVoiceGenerator& voice = **std::ranges::find_if(
+            synth.voices, [key = key](const auto& one) { return one->note == key; });
+        EXPECT_EQ(voice.glidePitch, from) << what;
+        EXPECT_NEAR(voice.glideRate * kRate, semitonesPerSecond, 1e-3) << what;
     }
     CTestSynth quick;
     quick.SetGlideTime(0.0001f);
     quick.SetGlideMode(false, false);
-    quick.Press(48);
-    quick.Press(60);
+    quick.Play("48 60");
     EXPECT_EQ(quick.voices[1]->glidePitch, 60.0f) << "below a millisecond there is no glide";
 }
 
-TEST(NoteHandling, PlaysLegatoWithOneVoice)
+TEST(NoteHandling, GlidesLegatoWithoutStrikingAgain)
 {
     CTestSynth synth;
-    synth.SetMonophonic(true);
     synth.SetGlideTime(0.5f);
-    synth.Press(60, 127);
-    EXPECT_EQ(synth.voices[0]->velocity, 1.0f);
-    synth.Press(64, 20);
-    EXPECT_EQ(synth.Playing(), "64 - - -");
-    EXPECT_EQ(synth.voices[0]->starts, 1) << "it glides, and is not struck again";
-    EXPECT_EQ(synth.voices[0]->velocity, 1.0f);
+    synth.Play("mono 60");
+    synth.voices[0]->velocity = 0.9f;
+    synth.Play("64");
+    EXPECT_EQ(synth.voices[0]->starts, 1);
+    EXPECT_EQ(synth.voices[0]->velocity, 0.9f);
     EXPECT_EQ(synth.voices[0]->glidePitch, 60.0f);
-    synth.Release(64);
-    EXPECT_EQ(synth.Playing(), "60 - - -") << "back to the key that is still held";
-    synth.Release(60);
-    EXPECT_EQ(synth.Playing(), "60~ - - -");
-    synth.Press(67);
+    synth.Play("-64 -60 67");
     EXPECT_EQ(synth.voices[0]->starts, 2);
-    synth.Press(69);
-    synth.Release(67); // no voice plays it any more
-    EXPECT_EQ(synth.Playing(), "69 - - -");
 }
 
-TEST(NoteHandling, SustainsUntilThePedalComesUp)
+TEST(NoteHandling, ResetsControllers)
 {
     CTestSynth synth;
-    synth.Control(64, 1); // anything but 0
-    synth.Press(64);
-    synth.Press(60);
-    synth.Press(67);
-    synth.Release(64);
-    synth.Release(60);
-    EXPECT_EQ(synth.Playing(3), "64 60 67");
-    synth.Control(64, 0);
-    EXPECT_EQ(synth.Playing(3), "64~ 60~ 67") << "the key that a finger holds goes on";
-}
-
-TEST(NoteHandling, ResetsControllersWithoutLettingGoOfSustainedKeys)
-{
-    CTestSynth synth;
-    synth.Control(1, 100);
-    synth.Control(7, 3);
-    synth.Control(64, 127);
-    synth.Press(60);
-    synth.Release(60);
-    synth.Control(121, 0);
-    EXPECT_EQ(synth.Playing(1), "60");
-    EXPECT_EQ(synth.ControllerValue(64), 0.0f);
+    for (const int controller : {1, 7, 10, 64})
+        synth.Control(controller, 100);
+    synth.Play("reset");
     EXPECT_EQ(synth.ControllerValue(1), 0.0f);
     EXPECT_EQ(synth.ControllerValue(7), 1.0f);
     EXPECT_EQ(synth.ControllerValue(10), 0.5f);
     EXPECT_EQ(synth.patch_.modWheel, 0.0f);
 }
 
-TEST(NoteHandling, LetsGoOfEverythingOnAllNotesOffAndWhenThePlayModeChanges)
-{
-    for (const auto& what : {"all notes off", "monophonic", "arpeggiator", "rate"}) {
-        CTestSynth synth;
-        synth.Control(64, 127);
-        synth.Press(60);
-        synth.Press(72);
-        synth.SetMonophonic(false); // as it is already: nothing happens
-        synth.SetArpeggiatorOn(false);
-        EXPECT_EQ(synth.Playing(2), "60 72") << what;
-        if (std::string_view(what) == "all notes off")
-            synth.Control(123, 0);
-        else if (std::string_view(what) == "monophonic")
-            synth.SetMonophonic(true);
-        else if (std::string_view(what) == "arpeggiator")
-            synth.SetArpeggiatorOn(true);
-        else
-            synth.SetSampleRate(0.0);
-        // In the new mode already, the first key let go passes its voice to the one still held.
-        EXPECT_EQ(synth.Playing(2), std::string_view(what) == "rate"         ? "- -"
-                                    : std::string_view(what) == "monophonic" ? "72~ 72~"
-                                                                             : "60~ 72~")
-            << what;
-        EXPECT_EQ(synth.ControllerValue(64), 1.0f) << "the pedal stays down";
-    }
-}
-
+// Controller 10 at its left end leaves the right channel, as on a mixer wired crosswise.
 TEST(NoteHandling, PansByControllerTenAndFollowsTheVolume)
 {
     struct Case {

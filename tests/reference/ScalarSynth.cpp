@@ -50,7 +50,7 @@ std::array<SmoothedValue*, 8> ScalarSynth::Smoothed()
             &patch.lfoAmount,   &patch.egAmount,    &patch.modWheelAmount, &patch.cutoff};
 }
 
-void ScalarSynth::Follow(int index, float v)
+bool ScalarSynth::Follow(int index, float v)
 {
     const auto time = [v](float low, float high) {
         return (v * v * (v * v) * (high - low) + low) * 0.001f;
@@ -134,14 +134,23 @@ void ScalarSynth::Follow(int index, float v)
     case 26:
         patch.lfoAmount.target = 2.0f * v - 1.0f;
         break;
+    case 27:
+        lfo.retrigger = v != 0.0f;
+        break;
     case 28:
         lfo.rate = static_cast<double>(v * v * (v * v) * v * 30.0f);
         break;
     case 29:
         patch.unisonDetune = 1.5f * v;
         break;
+    case 30:
+        patch.unisonPan = v;
+        break;
     case 43:
         patch.modWheelAmount.target = 2.0f * v - 1.0f;
+        break;
+    case 45:
+        patch.octaver = v != 0.0f;
         break;
     case 65:
         patch.egDestination = choice(4);
@@ -159,8 +168,9 @@ void ScalarSynth::Follow(int index, float v)
         patch.modWheelDestination = choice(4);
         break;
     default:
-        break;
+        return false;
     }
+    return true;
 }
 
 void ScalarSynth::JumpSmoothed()

@@ -27,8 +27,8 @@ public:
 
     void NoteOn(int key, int velocity);
     void NoteOff(int key);
-    /// Takes a named parameter's stored value, 0 .. 1.
-    void Follow(int index, float value);
+    /// Takes a named parameter's stored value, 0 .. 1. @return false for one without a reading here
+    bool Follow(int index, float value);
     /// One render call. @param frames  1 .. 64
     void Render(float* left, float* right, int frames);
     /// All smoothed values take their targets at once, as after a change of rate.
