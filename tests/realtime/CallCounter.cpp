@@ -25,14 +25,6 @@ void Note(const char* name)
         firstCalled = name;
 }
 
-template <typename Function>
-Function Real(Function& function, const char* name)
-{
-    if (function == nullptr)
-        function = reinterpret_cast<Function>(dlsym(RTLD_NEXT, name));
-    return function;
-}
-
 } // namespace
 
 #define KELDRA_EXPORT __attribute__((visibility("default")))
@@ -78,55 +70,25 @@ KELDRA_EXPORT int posix_memalign(void** memory, std::size_t alignment, std::size
     return *memory == nullptr ? 12 : 0;
 }
 
-KELDRA_EXPORT int pthread_mutex_lock(pthread_mutex_t* mutex)
-{
-    Note("pthread_mutex_lock");
-    static int (*real)(pthread_mutex_t*) = nullptr;
-    return Real(real, "pthread_mutex_lock")(mutex);
-}
-KELDRA_EXPORT int pthread_mutex_trylock(pthread_mutex_t* mutex)
-{
-    Note("pthread_mutex_trylock");
-    static int (*real)(pthread_mutex_t*) = nullptr;
-    return Real(real, "pthread_mutex_trylock")(mutex);
-}
-KELDRA_EXPORT int pthread_rwlock_rdlock(pthread_rwlock_t* lock)
-{
-    Note("pthread_rwlock_rdlock");
-    static int (*real)(pthread_rwlock_t*) = nullptr;
-    return Real(real, "pthread_rwlock_rdlock")(lock);
-}
-KELDRA_EXPORT int pthread_rwlock_wrlock(pthread_rwlock_t* lock)
-{
-    Note("pthread_rwlock_wrlock");
-    static int (*real)(pthread_rwlock_t*) = nullptr;
-    return Real(real, "pthread_rwlock_wrlock")(lock);
-}
-KELDRA_EXPORT int pthread_cond_signal(pthread_cond_t* condition)
-{
-    Note("pthread_cond_signal");
-    static int (*real)(pthread_cond_t*) = nullptr;
-    return Real(real, "pthread_cond_signal")(condition);
-}
-KELDRA_EXPORT int nanosleep(const timespec* wanted, timespec* rest)
-{
-    Note("nanosleep");
-    static int (*real)(const timespec*, timespec*) = nullptr;
-    return Real(real, "nanosleep")(wanted, rest);
-}
-KELDRA_EXPORT int clock_nanosleep(clockid_t clock, int flags, const timespec* wanted,
-                                  timespec* rest)
-{
-    Note("clock_nanosleep");
-    static int (*real)(clockid_t, int, const timespec*, timespec*) = nullptr;
-    return Real(real, "clock_nanosleep")(clock, flags, wanted, rest);
-}
-KELDRA_EXPORT int sched_yield()
-{
-    Note("sched_yield");
-    static int (*real)() = nullptr;
-    return Real(real, "sched_yield")();
-}
+// A macro, since each needs its own C name: twice as a word, once as a text.
+#define KELDRA_WATCHED(name, parameters, ...)                                                      \
+    KELDRA_EXPORT int name parameters                                                              \
+    {                                                                                              \
+        Note(#name);                                                                               \
+        static const auto real = reinterpret_cast<int(*) parameters>(dlsym(RTLD_NEXT, #name));     \
+        return real(__VA_ARGS__);                                                                  \
+    }
+KELDRA_WATCHED(pthread_mutex_lock, (pthread_mutex_t * mutex), mutex)
+KELDRA_WATCHED(pthread_mutex_trylock, (pthread_mutex_t * mutex), mutex)
+KELDRA_WATCHED(pthread_rwlock_rdlock, (pthread_rwlock_t * lock), lock)
+KELDRA_WATCHED(pthread_rwlock_wrlock, (pthread_rwlock_t * lock), lock)
+KELDRA_WATCHED(pthread_cond_signal, (pthread_cond_t * condition), condition)
+KELDRA_WATCHED(nanosleep, (const timespec* wanted, timespec* rest), wanted, rest)
+KELDRA_WATCHED(clock_nanosleep,
+               (clockid_t clock, int flags, const timespec* wanted, timespec* rest), clock, flags,
+               wanted, rest)
+KELDRA_WATCHED(sched_yield, (), )
+
 KELDRA_EXPORT int open(const char* path, int flags, ...)
 {
     Note("open");
@@ -134,8 +96,9 @@ KELDRA_EXPORT int open(const char* path, int flags, ...)
     va_start(arguments, flags);
     const unsigned mode = va_arg(arguments, unsigned);
     va_end(arguments);
-    static int (*real)(const char*, int, ...) = nullptr;
-    return Real(real, "open")(path, flags, mode);
+    static const auto real =
+        reinterpret_cast<int (*)(const char*, int, ...)>(dlsym(RTLD_NEXT, "open"));
+    return real(path, flags, mode);
 }
 
 } // extern "C"

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "apps/host/VstHost.h"
+#include "frame/ParameterTable.h"
 #include "tests/native/NativeHost.h"
 #include "tests/native/ScriptedStream.h"
 #include "tests/realtime/CallCounter.h"
@@ -38,30 +39,53 @@ std::unique_ptr<vst::CVstHost> MakeHost()
     return host;
 }
 
-/// Renders blocks while this thread is watched.
-class CWatchedPlayer {
-public:
-    explicit CWatchedPlayer(vst::CVstHost& host) : host_(host) { CCallCounter::Forget(); }
+/// An instance with all that a program can switch on.
+std::unique_ptr<vst::CVstHost> MakeBusyHost()
+{
+    auto host = MakeHost();
+    for (int index = kFirstControllerLink; index <= kLastControllerLink; ++index)
+        host->SetParameter(index, static_cast<float>(index % 100));
+    host->SetParameter(kDelayOn, 1.0f);
+    host->SetParameter(kChorusOn, 1.0f);
+    host->SetParameter(kUnisonVoices, 2.0f); // three
+    host->SetParameter(kPolyphony, 63.0f);
+    return host;
+}
 
-    void Midi(int frame, int status, int data1, int data2)
-    {
+/// Renders blocks full of messages of all kinds, this thread watched meanwhile.
+void PlayDenseEvents(vst::CVstHost& host, int blocks)
+{
+    std::vector<float> left(kBlockFrames), right = left;
+    float* outputs[] = {left.data(), right.data()};
+    std::mt19937 random(1);
+    const auto pick = [&](int count) { return static_cast<int>(random() % unsigned(count)); };
+    const auto send = [&](int frame, int status, int data1, int data2) {
         const std::array<std::uint8_t, 3> message = {static_cast<std::uint8_t>(status),
                                                      static_cast<std::uint8_t>(data1),
                                                      static_cast<std::uint8_t>(data2)};
-        host_.AddMidi(frame, message);
-    }
-    void Render()
-    {
-        float* outputs[] = {left_.data(), right_.data()};
+        host.AddMidi(frame, message);
+    };
+    CCallCounter::Forget();
+    for (int block = 0; block < blocks; ++block) {
+        vst::HostTransport transport;
+        transport.playing = block % 2 == 0;
+        transport.tempoBpm = 60.0 + pick(200);
+        transport.quarterNotes = block * 0.1;
+        if (block % 50 == 0)
+            host.SetTransport(transport);
+        int frame = 0;
+        for (int i = 0; i < 40; ++i) {
+            frame = std::min(frame + pick(24), kBlockFrames - 1);
+            constexpr int kStatuses[] = {0x90, 0x90, 0x80, 0xB0, 0xB0, 0xE0, 0xA0, 0xC0, 0xD0};
+            send(frame, kStatuses[pick(9)] | pick(16), pick(128), pick(128));
+        }
+        if (block % 64 == 63)
+            send(frame, 0xB0, 123, 0);
         const CCallCounter watch;
-        host_.Render(outputs, kBlockFrames);
+        host.Render(outputs, kBlockFrames);
     }
-
-private:
-    vst::CVstHost& host_;
-    std::vector<float> left_ = std::vector<float>(kBlockFrames);
-    std::vector<float> right_ = std::vector<float>(kBlockFrames);
-};
+    EXPECT_EQ(CCallCounter::Calls(), 0) << CCallCounter::FirstCalled();
+}
 
 } // namespace
 
@@ -89,47 +113,18 @@ TEST(Realtime, TheCounterSeesMemoryAndLocks)
 
 TEST(Realtime, NothingIsAllocatedLockedOrOpenedByDenseEvents)
 {
-    const auto host = MakeHost();
-    for (int index = 0; index < host->ParameterCount(); ++index)
-        if (index >= 81 && index <= 154)
-            host->SetParameter(index, static_cast<float>(index % 100)); // links everywhere
-    host->SetParameter(31, 1.0f);                                       // delay
-    host->SetParameter(39, 1.0f);                                       // chorus
-    host->SetParameter(75, 2.0f);                                       // three unison voices
-    host->SetParameter(76, 63.0f);
-
-    CWatchedPlayer player(*host);
-    std::mt19937 random(1);
-    const auto pick = [&](int count) { return static_cast<int>(random() % unsigned(count)); };
-    const int blocks = static_cast<int>(10.0 * kRate) / kBlockFrames;
-    for (int block = 0; block < blocks; ++block) {
-        vst::HostTransport transport;
-        transport.playing = block % 2 == 0;
-        transport.tempoBpm = 60.0 + pick(200);
-        transport.quarterNotes = block * 0.1;
-        if (block % 50 == 0)
-            host->SetTransport(transport);
-        int frame = 0;
-        for (int i = 0; i < 40; ++i) {
-            frame = std::min(frame + pick(24), kBlockFrames - 1);
-            constexpr int kStatuses[] = {0x90, 0x90, 0x80, 0xB0, 0xB0, 0xE0, 0xA0, 0xC0, 0xD0};
-            player.Midi(frame, kStatuses[pick(9)] | pick(16), pick(128), pick(128));
-        }
-        if (block % 64 == 63)
-            player.Midi(frame, 0xB0, 123, 0);
-        player.Render();
-        ASSERT_EQ(CCallCounter::Calls(), 0) << CCallCounter::FirstCalled() << " in block " << block;
-    }
+    const auto host = MakeBusyHost();
+    PlayDenseEvents(*host, 1000);
 }
 
 TEST(Realtime, NothingIsAllocatedOrWaitedForWhileOthersChangeEverything)
 {
-    const auto host = MakeHost();
+    const auto host = MakeBusyHost();
     const std::vector<std::byte> state = host->GetChunk();
     std::atomic<bool> stop{false};
     std::thread setter([&] {
         for (int i = 0; !stop; ++i)
-            host->SetParameter(i % 81, static_cast<float>(i % 7) / 6.0f);
+            host->SetParameter(i % kFirstControllerLink, static_cast<float>(i % 7) / 6.0f);
     });
     std::thread loader([&] {
         while (!stop) {
@@ -139,24 +134,15 @@ TEST(Realtime, NothingIsAllocatedOrWaitedForWhileOthersChangeEverything)
             std::this_thread::yield();
         }
     });
-    CWatchedPlayer player(*host);
-    for (int block = 0; block < 300; ++block) {
-        player.Midi(0, 0x90, 36 + block % 60, 100);
-        player.Midi(100, 0xB0, 1, block % 128);
-        player.Render();
-    }
+    PlayDenseEvents(*host, 300);
     stop = true;
     setter.join();
     loader.join();
-    EXPECT_EQ(CCallCounter::Calls(), 0) << CCallCounter::FirstCalled();
 }
 
 TEST(Realtime, NothingIsAllocatedOrWaitedForByTheVoicesOfANativeHost)
 {
-    const auto other = MakeHost(); // both kinds of instances in one process
-    for (int index = 81; index <= 154; ++index)
-        other->SetParameter(index, static_cast<float>(index % 100)); // links everywhere
-    other->SetParameter(75, 2.0f);                                   // three unison voices
+    const auto other = MakeBusyHost(); // both kinds of instances in one process
     const std::vector<std::byte> state = other->GetChunk();
     std::string saved = "SSND\xB4\x02";
     saved.append(2, '\0').append(reinterpret_cast<const char*>(state.data()), state.size());
