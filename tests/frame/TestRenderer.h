@@ -1,11 +1,15 @@
 #pragma once
 
+#include <array>
+#include <future>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "frame/PluginInstance.h"
 #include "frame/PluginRenderer.h"
 #include "frame/PluginWrapper.h"
+#include "frame/StateBlock.h"
 
 namespace keldra::test {
 
@@ -66,6 +70,71 @@ public:
     }
 
     std::vector<std::string> log;
+};
+
+/// What a synthesizer's GetChunk and SetChunk do, for renderers that have no engine.
+inline int SaveState(const CPluginRenderer& renderer, void* buffer)
+{
+    if (buffer != nullptr) {
+        std::array<float, kParameterCount> values;
+        for (int index = 0; index < kParameterCount; ++index)
+            values[static_cast<std::size_t>(index)] = renderer.GetParameter(index);
+        std::array<char, kStateNameSize> name;
+        renderer.GetProgramName(name);
+        const std::span block(static_cast<std::byte*>(buffer), kStateSize);
+        WriteStateBlock(values, name.data(), block.first<kStateSize>());
+    }
+    return static_cast<int>(kStateSize);
+}
+inline bool LoadState(CPluginRenderer& renderer, const void* data, int size)
+{
+    const StateBlockContent content =
+        ReadStateBlock({static_cast<const std::byte*>(data), static_cast<std::size_t>(size)});
+    renderer.ChangeProgram({content.valueCount, EImport::Everything, content.values});
+    renderer.SetProgramName(content.Accepted() && content.hasName ? content.name.data()
+                                                                  : "<noname>");
+    return content.Accepted();
+}
+
+/// A host that takes no notice.
+class CDeafWrapper : public CPluginWrapper {
+public:
+    void AutomateParameter(int, float) override {}
+    void BeginEdit(int) override {}
+    void EndEdit(int) override {}
+    void ShowParameterMenu(int) override {}
+    int HostCommand50() override { return 0; }
+    void GetHostText(int, char*) override {}
+    void HostCommand3() override {}
+    void UpdateKeyControls() override {}
+    void HostNoteOff(int) override {}
+    void HostNoteOn(int, float) override {}
+};
+
+/// Another thread that has the engine until this is destroyed.
+class CEngineThief {
+public:
+    explicit CEngineThief(CPluginRenderer& renderer)
+    {
+        std::promise<void> has;
+        thread_ = std::thread([&] {
+            const CControlOperation operation(renderer, CControlScope::EWhen::Always);
+            has.set_value();
+            done_.get_future().wait();
+        });
+        has.get_future().wait();
+    }
+    ~CEngineThief()
+    {
+        done_.set_value();
+        thread_.join();
+    }
+    CEngineThief(const CEngineThief&) = delete;
+    CEngineThief& operator=(const CEngineThief&) = delete;
+
+private:
+    std::promise<void> done_;
+    std::thread thread_;
 };
 
 } // namespace keldra::test

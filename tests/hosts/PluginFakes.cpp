@@ -1,11 +1,9 @@
 #include "tests/hosts/PluginFakes.h"
 
-#include <array>
 #include <cstdint>
-#include <new>
 
-#include "frame/StateBlock.h"
 #include "frame/Text.h"
+#include "tests/frame/TestRenderer.h"
 
 namespace keldra::test {
 
@@ -69,14 +67,12 @@ CFakeDefinition::CFakeDefinition()
 
 std::unique_ptr<CPluginRenderer> CFakeDefinition::CreateRenderer() const
 {
-    if (behaviour.memoryIsShort)
-        throw std::bad_alloc();
     return std::make_unique<CFakeRenderer>();
 }
 
 std::unique_ptr<CEditorPort> CFakeDefinition::CreateEditor() const
 {
-    return behaviour.hasEditor ? std::make_unique<CFakeEditor>() : nullptr;
+    return std::make_unique<CFakeEditor>();
 }
 
 // --- Engine ---
@@ -148,25 +144,13 @@ void CFakeRenderer::GetParameterDisplay(int index, std::span<char> text) const
 
 int CFakeRenderer::GetChunk(void* buffer) const
 {
-    if (buffer != nullptr) {
-        std::array<float, kParameterCount> values;
-        CopyValues(values);
-        std::array<char, kStateNameSize> name;
-        GetProgramName(name);
-        const std::span<std::byte> block(static_cast<std::byte*>(buffer), kStateSize);
-        WriteStateBlock(values, name.data(), block.first<kStateSize>());
-    }
-    return static_cast<int>(kStateSize);
+    return SaveState(*this, buffer);
 }
 
 bool CFakeRenderer::SetChunk(const void* data, int size)
 {
     journal.Note(Words("chunk", size));
-    const StateBlockContent content =
-        ReadStateBlock({static_cast<const std::byte*>(data), static_cast<std::size_t>(size)});
-    ChangeProgram({content.valueCount, EImport::Everything, content.values});
-    SetProgramName(content.name.data());
-    return content.Accepted();
+    return LoadState(*this, data, size);
 }
 
 } // namespace keldra::test

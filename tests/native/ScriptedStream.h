@@ -26,7 +26,6 @@ public:
     std::size_t failsAt = ~0u;     ///< calls from there on fail
     std::uint32_t liesBy = 0;      ///< how much more it claims to have moved
     std::uint64_t asked = 0;       ///< bytes that it was asked for
-    std::uint32_t largest = 0;     ///< most at once
     bool endless = false;          ///< goes on with zeros
 
 private:
@@ -38,7 +37,6 @@ private:
     std::uint32_t Limit(std::uint32_t count)
     {
         asked += count;
-        largest = std::max(largest, count);
         return std::min(count, pieceSize);
     }
     static std::int32_t Read(Object* object, void* buffer, std::uint32_t count, std::uint32_t* done)

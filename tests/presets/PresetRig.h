@@ -1,7 +1,6 @@
 #pragma once
 
 #include <array>
-#include <cstring>
 #include <map>
 #include <mutex>
 #include <set>
@@ -40,7 +39,7 @@ inline std::string FxpFile(std::string_view block, std::string_view kind = "FPCh
 
 /// A renderer with state, and a preset list that its MIDI selects in, as the engine has them. Notes
 /// which values reach the engine, and in which order.
-class CPresetRenderer : public CTestRenderer, public CPluginWrapper {
+class CPresetRenderer : public CTestRenderer, public CDeafWrapper {
 public:
     CPresetRenderer(const std::string& libraryFolder, CFileDialogs& dialogs)
         : presets(*this, libraryFolder, "keldra", dialogs)
@@ -52,25 +51,8 @@ public:
     {
         return index >= kFirstControllerLink ? GetParameter(index) : TableDefault(index);
     }
-    int GetChunk(void* buffer) const override
-    {
-        if (buffer == nullptr)
-            return static_cast<int>(kStateSize);
-        std::array<float, kParameterCount> values;
-        CopyValues(values);
-        WriteStateBlock(
-            values, Name(),
-            std::span<std::byte, kStateSize>(static_cast<std::byte*>(buffer), kStateSize));
-        return static_cast<int>(kStateSize);
-    }
-    bool SetChunk(const void* data, int size) override
-    {
-        const StateBlockContent content =
-            ReadStateBlock({static_cast<const std::byte*>(data), static_cast<std::size_t>(size)});
-        ChangeProgram({content.valueCount, EImport::Everything, content.values});
-        SetProgramName(content.Accepted() && content.hasName ? content.name.data() : "<noname>");
-        return content.Accepted();
-    }
+    int GetChunk(void* buffer) const override { return SaveState(*this, buffer); }
+    bool SetChunk(const void* data, int size) override { return LoadState(*this, data, size); }
     void ProgramChange(int program) override { presets.SelectProgramFromMemory(program); }
     void ControlChange(int controller) override
     {
@@ -88,15 +70,6 @@ public:
         const std::lock_guard lock(automatedMutex);
         automated[index] = value;
     }
-    void BeginEdit(int) override {}
-    void EndEdit(int) override {}
-    void ShowParameterMenu(int) override {}
-    int HostCommand50() override { return 0; }
-    void GetHostText(int, char*) override {}
-    void HostCommand3() override {}
-    void UpdateKeyControls() override {}
-    void HostNoteOff(int) override {}
-    void HostNoteOn(int, float) override {}
 
     [[nodiscard]] std::string Name() const
     {

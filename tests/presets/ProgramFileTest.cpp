@@ -1,9 +1,8 @@
 #include "presets/ProgramFile.h"
 
-#include <cmath>
+#include <cstring>
 #include <gtest/gtest.h>
 #include <limits>
-#include <sys/resource.h>
 
 #include "presets/PackedProgram.h"
 #include "tests/presets/PresetRig.h"
@@ -13,66 +12,52 @@ namespace {
 
 TEST(ProgramFile, LoadsBothLayoutsAndTakesTheNamesFromThePath)
 {
-    const CPresetRig rig;
+    enum class EEnd { Loaded, Ignored, Rejected };
+    using enum EEnd;
     std::string older = Block(0.34f);
-    older[0] = 0x33; // the older tag
+    older[0] = 0x33; // its tag
+    const std::string large = Block(0.36f).append(4194304 - 692, '\0');
     struct Case {
         const char *what, *path;
         std::string content;
-        bool loaded;
-        float value; ///< of all parameters; for what isn't loaded, 0.7 is what was there before
-        const char* name;
+        EEnd end;
+        float value = 0.0f; ///< of all parameters
+        const char* name = "";
     };
     const Case kCases[] = {
-        {"plain", "Leads/Bright.keldra", Block(0.3f), true, 0.3f, "Bright"},
-        {"any extension will do", "a/b.bin", Block(0.31f), true, 0.31f, "b"},
-        {"fxp", "Leads/Bright.old.fxp", FxpFile(Block(0.32f)), true, 0.32f, "Bright.old"},
-        {"fxp without its name field", "c/d.fxp", FxpFile(Block(0.33f).substr(0, 628)), true, 0.33f,
-         "d"},
-        {"older tag", "e/f.keldra", older, true, 0.34f, "f"},
-        {"longer than a block", "g/h.keldra", Block(0.35f) + std::string(5000, 'x'), true, 0.35f,
-         "h"},
-        {"16 bytes", "i/j.keldra", Block(0.1f).substr(0, 16), false, 0.7f, "before"},
-        {"empty", "k/l.keldra", "", false, 0.7f, "before"},
-        {"missing", "m/", "", false, 0.7f, "before"},
-        {"largest", "n/o.keldra", Block(0.36f).append(4194304 - 692, '\0'), true, 0.36f, "o"},
-        {"a byte more", "p/q.keldra", Block(0.36f).append(4194305 - 692, '\0'), false, 0.7f,
-         "before"},
+        {"plain", "Leads/Bright.keldra", Block(0.3f), Loaded, 0.3f, "Bright"},
+        {"any extension will do", "a/b.bin", Block(0.31f), Loaded, 0.31f, "b"},
+        {"fxp", "Leads/Bright.old.fxp", FxpFile(Block(0.32f)), Loaded, 0.32f, "Bright.old"},
+        {"fxp without its name field", "c/d.fxp", FxpFile(Block(0.33f).substr(0, 628)), Loaded,
+         0.33f, "d"},
+        {"older tag", "e/f.keldra", older, Loaded, 0.34f, "f"},
+        {"largest", "n/o.keldra", large, Loaded, 0.36f, "o"},
+        {"a byte more", "p/q.keldra", large + "x", Ignored},
+        {"16 bytes", "i/j.keldra", Block(0.1f).substr(0, 16), Ignored},
+        {"missing", "m/", "", Ignored},
+        {"17 bytes of nothing", "x/y.keldra", std::string(17, '\0'), Rejected},
+        {"wrong tag", "x/y.keldra", "xxxx" + Block(0.3f).substr(4), Rejected},
+        {"fxp with a list of parameters", "x/y.fxp", FxpFile(Block(0.3f), "FxCk"), Rejected},
+        {"fxp header alone", "x/y.fxp", FxpFile(""), Rejected},
+        {"fxp that breaks off in its header", "x/y.fxp", FxpFile("").substr(0, 40), Rejected},
     };
-    for (const Case& row : kCases) {
-        rig.renderer->SetChunk(Block(0.7f).data(), 692);
-        rig.renderer->SetProgramName("before");
-        const std::string path = std::string_view(row.path).ends_with("/")
-                                     ? rig.folder.Path(row.path)
-                                     : rig.folder.Write(row.path, row.content);
-        EXPECT_EQ(rig.Presets().LoadProgram(path), row.loaded) << row.what;
-        EXPECT_EQ(rig.renderer->Values(), std::set<float>{row.value}) << row.what;
-        EXPECT_EQ(rig.renderer->Name(), row.name) << row.what;
-    }
-}
-
-TEST(ProgramFile, RejectedOnesLeaveANewProgramAndTheSelectionAlone)
-{
     const CPresetRig rig;
-    struct Case {
-        const char* what;
-        std::string content;
-    };
-    const Case kCases[] = {
-        {"17 bytes of nothing", std::string(17, '\0')},
-        {"wrong tag", "xxxx" + Block(0.3f).substr(4)},
-        {"fxp with a list of parameters", FxpFile(Block(0.3f), "FxCk")},
-        {"fxp header alone", FxpFile("")},
-        {"fxp that breaks off in its header", FxpFile("").substr(0, 40)},
-    };
     for (const Case& row : kCases) {
+        SCOPED_TRACE(row.what);
         rig.Presets().LoadProgram(rig.Presets().LibraryFolder() + "/leads/Soft.keldra");
-        EXPECT_FALSE(rig.Presets().LoadProgram(rig.folder.Write("other/x.fxp", row.content)))
-            << row.what;
+        const std::string path = row.content.empty() ? rig.folder.Path(row.path)
+                                                     : rig.folder.Write(row.path, row.content);
+        EXPECT_EQ(rig.Presets().LoadProgram(path), row.end == Loaded);
+        if (row.end == Loaded) {
+            EXPECT_EQ(rig.renderer->Values(), std::set<float>{row.value});
+            EXPECT_EQ(rig.renderer->Name(), row.name);
+            continue;
+        }
+        EXPECT_EQ(rig.Selected(), "leads/Soft");
+        EXPECT_EQ(rig.renderer->Name(), row.end == Ignored ? "Soft" : "<noname>");
         for (int index = 0; index < kFirstControllerLink; ++index)
-            EXPECT_EQ(rig.renderer->GetParameter(index), TableDefault(index)) << row.what << index;
-        EXPECT_EQ(rig.renderer->Name(), "<noname>") << row.what;
-        EXPECT_EQ(rig.Selected(), "leads/Soft") << row.what;
+            EXPECT_EQ(rig.renderer->GetParameter(index),
+                      row.end == Ignored ? 0.21f : TableDefault(index));
     }
 }
 
@@ -116,17 +101,15 @@ TEST(ProgramFile, AnyValueComesThroughBitForBit)
         file.replace(628, 64, 64, '\xFF'); // a name without an end
         const std::string path = rig.folder.Write("Library/leads/Soft.keldra", file);
         EXPECT_TRUE(rig.Presets().LoadProgram(path));
+        std::array<float, kParameterCount> loaded, expected;
+        expected.fill(value);
+        for (int index = 0; index < kParameterCount; ++index)
+            loaded[static_cast<std::size_t>(index)] = rig.renderer->GetParameter(index);
+        EXPECT_EQ(std::memcmp(&loaded, &expected, sizeof loaded), 0) << value;
         std::vector<std::byte> packed;
         PackProgram(std::as_bytes(std::span(file)), packed);
-        const UnpackedProgram fromMemory = UnpackProgram(packed);
-        for (int index = 0; index < kParameterCount; ++index) {
-            const float loaded = rig.renderer->GetParameter(index);
-            ASSERT_EQ(std::memcmp(&loaded, &value, sizeof value), 0) << value;
-            ASSERT_EQ(std::memcmp(&fromMemory.values.values[static_cast<std::size_t>(index)],
-                                  &value, sizeof value),
-                      0)
-                << value;
-        }
+        const ProgramValues fromMemory = UnpackProgram(packed).values;
+        EXPECT_EQ(std::memcmp(&fromMemory.values, &expected, sizeof expected), 0) << value;
         EXPECT_EQ(rig.renderer->Name(), "Soft");
     }
 }

@@ -16,18 +16,18 @@ class CReport {
 public:
     explicit CReport(int descriptor) : descriptor_(descriptor) {}
 
-    void Step(std::string_view doing);
+    void Step(std::string_view doing) { Tell('.', doing); }
     /// The same for what no known host does: dying of it is no failure.
-    void RudeStep(std::string_view doing);
-    /// @param otherwise  what a host could not live with
-    bool Require(bool holds, std::string_view otherwise);
+    void RudeStep(std::string_view doing) { Tell('!', doing); }
+    /// @param otherwise  what a host could not live with. @return whether it holds
+    bool Require(bool holds, std::string_view otherwise) { return holds || Tell('F', otherwise); }
     /// @param otherwise  what hosts live with, but their users notice or other hosts stumble over
-    bool Advise(bool holds, std::string_view otherwise);
+    bool Advise(bool holds, std::string_view otherwise) { return holds || Tell('A', otherwise); }
     /// The check asks for something that this module or this machine doesn't have.
     void Skip(std::string_view why) { Tell('S', why); }
 
 private:
-    void Tell(char kind, std::string_view text);
+    bool Tell(char kind, std::string_view text); ///< @return false
 
     int descriptor_;
     std::set<std::string> told_;

@@ -14,8 +14,14 @@ namespace {
 using namespace vst;
 using Size = CVstHost::Size;
 
-template <typename Reply>
-using Answer = std::unique_ptr<Reply, decltype(&std::free)>;
+/// Waits for the server's answer, which may be null.
+template <typename Reply, typename Cookie>
+std::unique_ptr<Reply, decltype(&std::free)> Answer(Reply* (*read)(xcb_connection_t*, Cookie,
+                                                                   xcb_generic_error_t**),
+                                                    xcb_connection_t* to, Cookie cookie)
+{
+    return {read(to, cookie, nullptr), &std::free};
+}
 
 /// A host's window: small and not shown until an editor is in it.
 class CParent {
@@ -55,9 +61,7 @@ public:
     }
     void Sync()
     {
-        Answer<xcb_get_input_focus_reply_t>(
-            xcb_get_input_focus_reply(connection_, xcb_get_input_focus(connection_), nullptr),
-            &std::free);
+        Answer(xcb_get_input_focus_reply, connection_, xcb_get_input_focus(connection_));
     }
     void Show(Size size)
     {
@@ -75,29 +79,24 @@ public:
     }
     [[nodiscard]] std::vector<xcb_window_t> Children()
     {
-        const Answer<xcb_query_tree_reply_t> tree(
-            xcb_query_tree_reply(connection_, xcb_query_tree(connection_, window_), nullptr),
-            &std::free);
+        const auto tree =
+            Answer(xcb_query_tree_reply, connection_, xcb_query_tree(connection_, window_));
         const xcb_window_t* const first = xcb_query_tree_children(tree.get());
         return {first, first + xcb_query_tree_children_length(tree.get())};
     }
     [[nodiscard]] Size SizeOf(xcb_window_t window)
     {
-        const Answer<xcb_get_geometry_reply_t> is(
-            xcb_get_geometry_reply(connection_, xcb_get_geometry(connection_, window), nullptr),
-            &std::free);
+        const auto is =
+            Answer(xcb_get_geometry_reply, connection_, xcb_get_geometry(connection_, window));
         return is ? Size{is->height, is->width} : Size{};
     }
     /// Of the window's inside, as it is on the screen.
     [[nodiscard]] std::size_t Colours(Size size)
     {
-        const Answer<xcb_get_image_reply_t> image(
-            xcb_get_image_reply(connection_,
-                                xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, window_, 0, 0,
-                                              static_cast<std::uint16_t>(size.width),
-                                              static_cast<std::uint16_t>(size.height), ~0u),
-                                nullptr),
-            &std::free);
+        const auto image = Answer(xcb_get_image_reply, connection_,
+                                  xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, window_, 0,
+                                                0, static_cast<std::uint16_t>(size.width),
+                                                static_cast<std::uint16_t>(size.height), ~0u));
         if (!image)
             return 0;
         const auto* const pixels =

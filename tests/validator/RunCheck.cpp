@@ -37,24 +37,13 @@ Outcome Read(int descriptor, std::string& lastStep, bool& wasRude)
     Outcome outcome;
     for (std::size_t at = 0, end; (end = all.find('\n', at)) != std::string::npos; at = end + 1) {
         const std::string text = all.substr(at + 1, end - at - 1);
-        const auto atLeast = [&outcome](Outcome::EKind kind) {
-            outcome.kind = std::max(outcome.kind, kind);
-        };
-        switch (all[at]) {
-        case 'F':
-            atLeast(Outcome::EKind::Failed);
-            break;
-        case 'A':
-            atLeast(Outcome::EKind::Advised);
-            break;
-        case 'S':
-            atLeast(Outcome::EKind::Skipped);
-            break;
-        default:
+        const std::size_t kind = std::string_view("SAF").find(all[at]); // in the order of EKind
+        if (kind == std::string_view::npos) {
             lastStep = text;
             wasRude = all[at] == '!';
             continue;
         }
+        outcome.kind = std::max(outcome.kind, static_cast<Outcome::EKind>(kind + 1));
         outcome.findings += (all[at] == 'A' ? "(advice) " : "") + text + '\n';
     }
     return outcome;
@@ -62,37 +51,14 @@ Outcome Read(int descriptor, std::string& lastStep, bool& wasRude)
 
 } // namespace
 
-void CReport::Tell(char kind, std::string_view text)
+bool CReport::Tell(char kind, std::string_view text)
 {
     const std::string line = kind + std::string(text) + '\n';
     if (kind != '.' && kind != '!' && !told_.insert(line).second)
-        return;
+        return false;
     if (::write(descriptor_, line.data(), line.size()) < 0)
         ::_exit(1); // nobody listens any more
-}
-
-void CReport::Step(std::string_view doing)
-{
-    Tell('.', doing);
-}
-
-void CReport::RudeStep(std::string_view doing)
-{
-    Tell('!', doing);
-}
-
-bool CReport::Require(bool holds, std::string_view otherwise)
-{
-    if (!holds)
-        Tell('F', otherwise);
-    return holds;
-}
-
-bool CReport::Advise(bool holds, std::string_view otherwise)
-{
-    if (!holds)
-        Tell('A', otherwise);
-    return holds;
+    return false;
 }
 
 Outcome RunCheck(const Check& check, const std::string& modulePath, unsigned mostSeconds)

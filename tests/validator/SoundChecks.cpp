@@ -201,12 +201,16 @@ void CheckMemory(const Module& module, CReport& report)
 {
     CRig rig(module, report);
     rig.Start();
-    report.Step("all outputs in one place");
     std::vector<float> one(CRig::kBlock);
     std::vector<float*> same(64, one.data());
+    const bool isEnough = rig.Host().OutputCount() <= 64 && rig.Host().Effect()->numInputs <= 64;
+    const auto renderIntoOnePlace = [&] {
+        if (isEnough)
+            rig.Host().Render(same.data(), CRig::kBlock, same.data());
+    };
+    report.Step("all outputs in one place");
     rig.NoteOn(60);
-    if (rig.Host().OutputCount() <= 64 && rig.Host().Effect()->numInputs <= 64)
-        rig.Host().Render(same.data(), CRig::kBlock, same.data());
+    renderIntoOnePlace();
 
     report.Step("counting numbers too small for a float, after a note");
     rig.NoteOff(60);
@@ -215,10 +219,19 @@ void CheckMemory(const Module& module, CReport& report)
                   std::to_string(tail.subnormals) + " subnormal samples in its tail");
 #if defined(__SSE2__)
     constexpr unsigned kSticky = 0x3F; // exceptions seen: anybody's arithmetic adds to them
-    const unsigned mode = _mm_getcsr() & ~kSticky;
-    rig.NoteOn(60);
-    rig.Render(CRig::kBlock);
-    report.Require((_mm_getcsr() & ~kSticky) == mode, "it keeps the host's floating-point mode");
+    const unsigned before = _mm_getcsr();
+    constexpr unsigned kUsual = 0x1F80;
+    for (const unsigned mode : {kUsual, 0x9FC0u /* flushing subnormals */, kUsual | 0x2000u,
+                                kUsual | 0x6000u /* other roundings */, kUsual & ~0x0680u}) {
+        report.RudeStep("playing in the floating-point mode " + std::to_string(mode) +
+                        ", the last with traps");
+        rig.NoteOn(60);
+        _mm_setcsr(mode);
+        renderIntoOnePlace();
+        const unsigned after = _mm_getcsr();
+        _mm_setcsr(before);
+        report.Require((after & ~kSticky) == mode, "it changes the host's floating-point mode");
+    }
 #endif
 }
 
