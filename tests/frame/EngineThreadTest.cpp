@@ -34,7 +34,6 @@ public:
     {
         keyboard[static_cast<std::size_t>(key)] = velocity;
     }
-    void NoteOn(int key) override { playedAt = {key, applied[3]}; }
     void Render() override
     {
         ++renders;
@@ -70,11 +69,6 @@ public:
 
     std::array<float, kParameterCount> applied{};
     std::array<float, 128> keyboard{};
-    struct Played {
-        int key = -1;
-        float parameter3 = 0.0f; ///< as the engine had it
-    };
-    Played playedAt;
     bool mixedProgram = false;
     int renders = 0;
     int applications = 0;
@@ -137,28 +131,6 @@ TEST(EngineThread, AppliesOfManyProgramsBetweenTwoBlocksTheLastOnly)
     EXPECT_TRUE(renderer.FollowsEverything());
     EXPECT_EQ(renderer.applied[5], 42.0f);
     EXPECT_LT(renderer.applications, 1000) << "the block would be late";
-}
-
-TEST(EngineThread, PlaysMessagesOutsideABlockInTheirTurnAmongTheChanges)
-{
-    CFollower renderer;
-    renderer.SwitchProcessing(true);
-    renderer.SetParameter(3, 0.25f);
-    EXPECT_TRUE(renderer.PostMidi({0x95, 61, 127, 0}));
-    renderer.SetParameter(3, 0.75f);
-    EXPECT_EQ(renderer.playedAt.key, -1) << "the engine belongs to the processing thread";
-    renderer.Process();
-    EXPECT_EQ(renderer.playedAt.key, 61);
-    EXPECT_EQ(renderer.playedAt.parameter3, 0.25f); // not the one set after it
-
-    for (int i = 0; i < CEngineChanges::kCapacity; ++i)
-        EXPECT_TRUE(renderer.PostMidi({0x80, 0, 0, 0}));
-    EXPECT_FALSE(renderer.PostMidi({0x90, 62, 1, 0})) << "and says so";
-    renderer.Process();
-    EXPECT_EQ(renderer.playedAt.key, 61);
-    EXPECT_TRUE(renderer.PostMidi({0x90, 62, 1, 0}));
-    renderer.Process();
-    EXPECT_EQ(renderer.playedAt.key, 62);
 }
 
 TEST(EngineThread, AppliesWholeProgramsAndWhatWasStoredLastWhileOthersHammer)

@@ -314,6 +314,9 @@ TEST(PresetList, InstancesShareTheProgramsInMemory)
     presets.ScanBanks();
     EXPECT_LT(presets.SharedMemoryBytes() - one, 300 * 200u)
         << "200 banks of 128 would take more than a few megabytes";
+    std::filesystem::remove_all(rig.folder.Path("Library/Many"));
+    presets.ScanBanks();
+    EXPECT_LE(presets.SharedMemoryBytes(), one + 64) << "what is gone is forgotten";
 }
 
 } // namespace
