@@ -154,7 +154,9 @@ TEST(ProgramDialogs, SavingAddsTheExtensionButNeverReplacesUnasked)
                   row.chosen.size() > 1 ? "Soft.keldra" : row.programName)
             << row.what;
         const std::string_view written = row.written;
-        EXPECT_EQ(Slurp(folder + row.written).size(), written.empty() ? 0 : kStateSize) << row.what;
+        if (!written.empty()) {
+            EXPECT_EQ(Slurp(folder + row.written).size(), kStateSize) << row.what;
+        }
         EXPECT_EQ(Slurp(folder + "Soft.keldra") != soft, written == "Soft.keldra") << row.what;
         EXPECT_EQ(rig.renderer->Name(), written.empty() ? row.programName : ProgramNameOf(written))
             << row.what;
