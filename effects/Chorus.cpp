@@ -81,6 +81,11 @@ void CChorus::SetWet(float value)
     OnEachLine([this](CTapeDelay& line) { line.SetWet(wet_); });
 }
 
+void CChorus::TouchMemory()
+{
+    OnEachLine([](CTapeDelay& line) { line.TouchMemory(); });
+}
+
 void CChorus::Reset()
 {
     OnEachLine([](CTapeDelay& line) { line.Reset(); });

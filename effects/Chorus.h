@@ -29,7 +29,8 @@ public:
     void SetDepth(float value); ///< up to twice as fast, which halves the delay; by the cube
     void SetWet(float value);   ///< gain 0 .. 1
 
-    void Reset(); ///< empty tapes; settings stay
+    void TouchMemory(); ///< of tapes that nobody touched; they are empty then. Control thread
+    void Reset();       ///< empty tapes; settings stay
 
     /// Adds the lines to a block, in place. Does nothing while switched off.
     void Process(float* left, float* right, int frames);

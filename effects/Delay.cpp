@@ -117,6 +117,11 @@ void CDelay::SetWet(float value)
     OnBothLines([this](CTapeDelay& line) { line.SetWet(wet_ * wet_); });
 }
 
+void CDelay::TouchMemory()
+{
+    OnBothLines([](CTapeDelay& line) { line.TouchMemory(); });
+}
+
 void CDelay::Reset()
 {
     OnBothLines([](CTapeDelay& line) { line.Reset(); });

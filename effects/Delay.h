@@ -34,7 +34,8 @@ public:
     void SetHighCut(float value);   ///< 200 Hz .. 19.4 kHz, 6.6 octaves
     void SetWet(float value);       ///< gain 0 .. 1 of the echoes, by the square
 
-    void Reset(); ///< empty tapes; settings stay
+    void TouchMemory(); ///< of tapes that nobody touched; they are empty then. Control thread
+    void Reset();       ///< empty tapes; settings stay
 
     /// Adds the echoes to a block, in place. Does nothing while switched off.
     void Process(float* left, float* right, int frames);

@@ -34,6 +34,12 @@ void EffectsUnit::SetSampleRate(double hz)
     isBuilt_ = true;
 }
 
+void EffectsUnit::TouchMemory()
+{
+    delay_.TouchMemory();
+    chorus_.TouchMemory();
+}
+
 void EffectsUnit::Reset()
 {
     shelf_.Reset();

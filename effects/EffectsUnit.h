@@ -21,6 +21,9 @@ public:
     ///   then there is the shelf alone until another call succeeds
     void SetSampleRate(double hz);
     [[nodiscard]] bool IsBuilt() const { return isBuilt_; } ///< has all that a rate asks for
+    /// Has the system's memory for all tapes ready, so that Process needn't wait for it; erases
+    /// those that hadn't. Control thread, before processing.
+    void TouchMemory();
     /// Of the host, in beats per minute, once a block; what isn't above 0 or not finite keeps the
     /// last one.
     void SetTempo(double bpm) { delay_.SetTempo(bpm); }

@@ -19,10 +19,21 @@ constexpr double kBeyond = 2.0; ///< a place that the head never reaches
 
 CTape::CTape(int longestLap, double startHead)
     : size_(longestLap + kSpareSlots),
-      places_(static_cast<std::size_t>(size_) + 2),
-      samples_(static_cast<std::size_t>(size_) + 2),
+      places_(std::make_unique_for_overwrite<double[]>(SlotCount())),
+      samples_(std::make_unique_for_overwrite<float[]>(SlotCount())),
       startHead_(startHead)
 {
+    Places()[size_] = kBeyond;
+    Erase();
+}
+
+void CTape::TouchMemory()
+{
+    if (isTouched_)
+        return;
+    isTouched_ = true;
+    std::fill_n(places_.get(), SlotCount(), 0.0);
+    std::fill_n(samples_.get(), SlotCount(), 0.0f);
     Places()[size_] = kBeyond;
     Erase();
 }
@@ -159,7 +170,7 @@ void CTape::Append(const double* places, const float* samples, int count)
 
 std::size_t CTape::MemoryBytes() const
 {
-    return places_.size() * sizeof(double) + samples_.size() * sizeof(float);
+    return SlotCount() * (sizeof(double) + sizeof(float));
 }
 
 } // namespace keldra

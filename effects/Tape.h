@@ -1,7 +1,7 @@
 #pragma once
 
 #include <cstddef>
-#include <vector>
+#include <memory>
 
 #include "effects/Sample.h"
 #include "effects/TapeMotor.h"
@@ -42,6 +42,11 @@ public:
     /// @param longestLap  N in samples, at least 4. @param startHead  0 up to but not 1
     CTape(int longestLap, double startHead);
 
+    /// Writes to the whole ring, if nobody did, and erases it: the system hands a page of memory
+    /// out when it is first written to, which shouldn't happen in the middle of a block. Control
+    /// thread.
+    void TouchMemory();
+
     void Erase(); ///< nothing on the tape, the head at its start; takes no longer for a long tape
 
     /// Most samples in the next stretch, 1 .. kMaxStretch. @param widestStep  in laps, at most 0.25
@@ -65,18 +70,20 @@ private:
     [[nodiscard]] float Read(double head, int& next) const;
     int TurnLap(int closing);
     [[nodiscard]] int FreeSlots() const;
+    [[nodiscard]] std::size_t SlotCount() const { return static_cast<std::size_t>(size_) + 2; }
     void Append(const double* places, const float* samples, int count);
 
     // Slots 0 .. size_ - 1 are the ring. Two more make reading simple: -1 repeats the last slot, so
     // that each has one before it, and at the place in slot size_ every search ends.
-    [[nodiscard]] double* Places() { return places_.data() + 1; }
-    [[nodiscard]] const double* Places() const { return places_.data() + 1; }
-    [[nodiscard]] float* Samples() { return samples_.data() + 1; }
-    [[nodiscard]] const float* Samples() const { return samples_.data() + 1; }
+    [[nodiscard]] double* Places() { return places_.get() + 1; }
+    [[nodiscard]] const double* Places() const { return places_.get() + 1; }
+    [[nodiscard]] float* Samples() { return samples_.get() + 1; }
+    [[nodiscard]] const float* Samples() const { return samples_.get() + 1; }
 
     int size_;
-    std::vector<double> places_;
-    std::vector<float> samples_;
+    std::unique_ptr<double[]> places_;
+    std::unique_ptr<float[]> samples_;
+    bool isTouched_ = false; ///< all of their memory was written to
     double startHead_;
     double head_ = 0.0;              ///< 0 .. 1
     double heads_[kMaxStretch] = {}; ///< after each sample of the stretch

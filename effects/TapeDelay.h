@@ -44,6 +44,10 @@ public:
     void EnableLowPass();  ///< clears the stage if it was off
     void EnableHighPass(); ///< likewise
 
+    /// Writes to the whole tape, if nobody did, so that the system has its memory ready; it is
+    /// empty then. Control thread.
+    void TouchMemory() { tape_.TouchMemory(); }
+
     /// An empty tape, the head at its start, speed at its target, wet at 0. Settings stay.
     /// Takes no longer for a long tape.
     void Reset();

@@ -93,6 +93,11 @@ void KeldraSynth::SetSampleRate(double hz)
         effects_.SetSampleRate(GetSampleRate());
 }
 
+void KeldraSynth::PrepareToProcess()
+{
+    effects_.TouchMemory();
+}
+
 void KeldraSynth::SetSongPosition(double quarterNotes)
 {
     CSynthesizer::SetSongPosition(quarterNotes);

@@ -29,6 +29,7 @@ public:
 
     void
     SetSampleRate(double hz) override; ///< beyond 1 kHz .. 1 MHz it counts as 0: the rate stays
+    void PrepareToProcess() override;
     void SetSongPosition(double quarterNotes) override;
     void SetTransportPlaying(bool playing) override;
     void Render() override;

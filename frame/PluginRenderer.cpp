@@ -300,12 +300,23 @@ void CPluginRenderer::SwitchProcessing(bool on)
     CControlOperation operation(*this, CControlScope::EWhen::Always);
     operation.TurnProcessing(on);
     SetSampleRate(0.0);
+    if (on)
+        PrepareToProcess();
 }
 
 void CPluginRenderer::ChangeSampleRate(double hz)
 {
     const CControlOperation operation(*this, CControlScope::EWhen::Always);
     SetSampleRate(hz);
+    if (gate_.ProcessingIsOn())
+        PrepareToProcess();
+}
+
+void CPluginRenderer::ExpectProcessing()
+{
+    const CControlOperation operation(*this, CControlScope::EWhen::Always);
+    SetSampleRate(0.0);
+    PrepareToProcess();
 }
 
 void CPluginRenderer::ChangeProgram(const ProgramValues& change)

@@ -118,6 +118,10 @@ public:
 
     // Beyond the slots
 
+    /// Processing is about to begin: what a block will need should be at hand. Nothing sounds.
+    /// Inside an operation of a control thread
+    virtual void PrepareToProcess() {}
+
     /// Processing thread: renders a host block in pieces that end where its queued events are due,
     /// and empties the queue. When another thread has the engine just then (sample-rate change,
     /// resume), the block is silent and its events wait for the next.
@@ -132,6 +136,9 @@ public:
     void SwitchProcessing(bool on);
     /// Any thread but the processing one. A rate that isn't above 0 only stops all sound.
     void ChangeSampleRate(double hz);
+    /// Stops all sound. For hosts that process without saying so before. Any thread but the
+    /// processing one.
+    void ExpectProcessing();
 
     /// Sets many parameters as one: no block is rendered with a part of them. Any thread.
     void ChangeProgram(const ProgramValues& change);

@@ -130,8 +130,10 @@ void CDNWrapper::MakeRendererAndEditor()
         renderer_->SetEditor(editor_.get());
         editor_->Connect(*renderer_, *this);
     }
-    if (renderer_ != nullptr)
+    if (renderer_ != nullptr) {
         renderer_->ChangeSampleRate(sampleRate);
+        renderer_->ExpectProcessing();
+    }
     menu_ = std::make_unique<CParameterMenu>(host_);
 }
 
@@ -211,8 +213,10 @@ void CDNWrapper::ChangeSampleRate(std::int32_t hz)
     if (hz <= 0)
         return;
     StoreSampleRate(hz);
-    if (renderer_ != nullptr && TruncateToInt(renderer_->GetSampleRate()) != hz)
-        renderer_->ChangeSampleRate(hz);
+    if (renderer_ == nullptr || TruncateToInt(renderer_->GetSampleRate()) == hz)
+        return;
+    renderer_->ChangeSampleRate(hz);
+    renderer_->ExpectProcessing();
 }
 
 std::int32_t CDNWrapper::OnHostEvent(std::int32_t id, std::intptr_t value, std::int32_t)

@@ -7,6 +7,7 @@
 #include <mutex>
 #include <random>
 #include <string>
+#include <sys/resource.h>
 #include <thread>
 #include <vector>
 
@@ -115,6 +116,31 @@ TEST(Realtime, NothingIsAllocatedLockedOrOpenedByDenseEvents)
 {
     const auto host = MakeBusyHost();
     PlayDenseEvents(*host, 1000);
+}
+
+// The system hands a page out when it is first written to, and takes its time.
+TEST(Realtime, NoPageOfMemoryIsMissingWhileTheTapesFill)
+{
+    const auto missing = [] {
+        rusage usage = {};
+        getrusage(RUSAGE_THREAD, &usage);
+        return usage.ru_minflt;
+    };
+    const auto warmUp = MakeHost(); // all code, and every place that instances share
+    const auto fresh = MakeHost();
+    for (vst::CVstHost* host : {warmUp.get(), fresh.get()}) {
+        host->SetParameter(31, 1.0f); // delay
+        host->SetParameter(39, 1.0f); // chorus
+        CWatchedPlayer player(*host);
+        player.Midi(0, 0x90, 60, 100);
+        player.Render();
+        const long before = missing();
+        for (int block = 0; block < static_cast<int>(3.0 * kRate) / kBlockFrames; ++block)
+            player.Render();
+        // Two tapes of two seconds, and three short ones, are 570 pages.
+        if (host == fresh.get())
+            EXPECT_LT(missing() - before, 10);
+    }
 }
 
 TEST(Realtime, NothingIsAllocatedOrWaitedForWhileOthersChangeEverything)
