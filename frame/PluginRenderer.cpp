@@ -304,19 +304,12 @@ void CPluginRenderer::SwitchProcessing(bool on)
         PrepareToProcess();
 }
 
-void CPluginRenderer::ChangeSampleRate(double hz)
+void CPluginRenderer::ChangeSampleRate(double hz, EStart start)
 {
     const CControlOperation operation(*this, CControlScope::EWhen::Always);
     SetSampleRate(hz);
-    if (gate_.ProcessingIsOn())
+    if (start == EStart::AnyTime || gate_.ProcessingIsOn())
         PrepareToProcess();
-}
-
-void CPluginRenderer::ExpectProcessing()
-{
-    const CControlOperation operation(*this, CControlScope::EWhen::Always);
-    SetSampleRate(0.0);
-    PrepareToProcess();
 }
 
 void CPluginRenderer::ChangeProgram(const ProgramValues& change)

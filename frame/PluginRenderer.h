@@ -56,6 +56,7 @@ struct HostBuffers {
 class CPluginRenderer : public CEventBuffer {
 public:
     enum class EMode { Replacing, Accumulating };
+    enum class EStart { Announced, AnyTime }; ///< of processing
 
     CPluginRenderer();
     ~CPluginRenderer() override;
@@ -135,10 +136,8 @@ public:
     /// Any thread but the processing one. Stops all sound; processing is on or off afterwards.
     void SwitchProcessing(bool on);
     /// Any thread but the processing one. A rate that isn't above 0 only stops all sound.
-    void ChangeSampleRate(double hz);
-    /// Stops all sound. For hosts that process without saying so before. Any thread but the
-    /// processing one.
-    void ExpectProcessing();
+    /// @param start  whether the host will say so (SwitchProcessing) before it processes
+    void ChangeSampleRate(double hz, EStart start = EStart::Announced);
 
     /// Sets many parameters as one: no block is rendered with a part of them. Any thread.
     void ChangeProgram(const ProgramValues& change);

@@ -130,10 +130,8 @@ void CDNWrapper::MakeRendererAndEditor()
         renderer_->SetEditor(editor_.get());
         editor_->Connect(*renderer_, *this);
     }
-    if (renderer_ != nullptr) {
-        renderer_->ChangeSampleRate(sampleRate);
-        renderer_->ExpectProcessing();
-    }
+    if (renderer_ != nullptr)
+        renderer_->ChangeSampleRate(sampleRate, CPluginRenderer::EStart::AnyTime);
     menu_ = std::make_unique<CParameterMenu>(host_);
 }
 
@@ -213,10 +211,8 @@ void CDNWrapper::ChangeSampleRate(std::int32_t hz)
     if (hz <= 0)
         return;
     StoreSampleRate(hz);
-    if (renderer_ == nullptr || TruncateToInt(renderer_->GetSampleRate()) == hz)
-        return;
-    renderer_->ChangeSampleRate(hz);
-    renderer_->ExpectProcessing();
+    if (renderer_ != nullptr && TruncateToInt(renderer_->GetSampleRate()) != hz)
+        renderer_->ChangeSampleRate(hz, CPluginRenderer::EStart::AnyTime);
 }
 
 std::int32_t CDNWrapper::OnHostEvent(std::int32_t id, std::intptr_t value, std::int32_t)

@@ -138,8 +138,9 @@ TEST(Realtime, NoPageOfMemoryIsMissingWhileTheTapesFill)
         for (int block = 0; block < static_cast<int>(3.0 * kRate) / kBlockFrames; ++block)
             player.Render();
         // Two tapes of two seconds, and three short ones, are 570 pages.
-        if (host == fresh.get())
+        if (host == fresh.get()) {
             EXPECT_LT(missing() - before, 10);
+        }
     }
 }
 
