@@ -74,12 +74,13 @@ endfunction()
 
 add_custom_target(keldra_thread_tests)
 
-# keldra_tests(NAME [LINKS lib...] [LABELS label...] [SOURCES file...]): the *Test.cpp files of the
+# keldra_tests(NAME [RUNS_LONG] [LINKS lib...] [SOURCES file...]): the *Test.cpp files of the
 # calling folder as one GoogleTest program, each case registered with CTest. Cases that check what
 # several threads do have "Thread" in their suite's name: ./test builds and runs those under
-# ThreadSanitizer (target keldra_thread_tests).
+# ThreadSanitizer (target keldra_thread_tests). RUNS_LONG is for those that compute themselves, for
+# seconds.
 function(keldra_tests name)
-  cmake_parse_arguments(tests "" "" "LINKS;SOURCES" ${ARGN})
+  cmake_parse_arguments(tests "RUNS_LONG" "" "LINKS;SOURCES" ${ARGN})
   file(GLOB sources CONFIGURE_DEPENDS ${CMAKE_CURRENT_SOURCE_DIR}/*Test.cpp)
   set(thread_sources)
   foreach(source IN LISTS sources)
@@ -99,8 +100,8 @@ function(keldra_tests name)
     keldra_options ${tests_LINKS} GTest::gtest GTest::gtest_main Threads::Threads)
   target_compile_definitions(keldra_tests_${name} PRIVATE
     KELDRA_SOURCE_DIR="${CMAKE_SOURCE_DIR}" KELDRA_BINARY_DIR="${CMAKE_BINARY_DIR}")
-  keldra_build_quickly(keldra_tests_${name})
-  if(TARGET keldra_test_headers)
+  if(TARGET keldra_test_headers AND NOT tests_RUNS_LONG)
+    keldra_build_quickly(keldra_tests_${name})
     target_precompile_headers(keldra_tests_${name} REUSE_FROM keldra_test_headers)
   endif()
   if(thread_sources)
