@@ -21,6 +21,8 @@ target_compile_options(keldra_options INTERFACE
   -fno-math-errno)
 if(CMAKE_SIZEOF_VOID_P EQUAL 4)
   target_compile_options(keldra_options INTERFACE -msse2 -mfpmath=sse)
+  # Files exist for programs of 32 bits, too, when their numbers and dates need 64.
+  target_compile_definitions(keldra_options INTERFACE _FILE_OFFSET_BITS=64 _TIME_BITS=64)
 endif()
 if(KELDRA_SANITIZE)
   target_compile_definitions(keldra_options INTERFACE KELDRA_SANITIZED)

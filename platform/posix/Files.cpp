@@ -139,8 +139,10 @@ bool WriteWholeFile(std::string_view path, std::span<const std::byte> content)
     if (!file.IsOpen())
         return false;
     bool whole = WriteAll(file.Get(), content);
+    // Disks of other systems, and those behind a network, keep no permissions and say so in many
+    // ways: no reason to leave the user's work unsaved.
     if (whole && replaces)
-        whole = ::fchmod(file.Get(), old.st_mode & 07777) == 0 || errno == EPERM;
+        ::fchmod(file.Get(), old.st_mode & 07777);
     whole = whole && ::fsync(file.Get()) == 0;
     whole = file.Close() && whole;
     whole = whole && ::rename(part.c_str(), target.c_str()) == 0;
