@@ -394,8 +394,8 @@ TEST_F(VstBinding, KeepsARestoredStateWhenTheHostRepeatsItCutAndRounded)
     EXPECT_EQ(get(90), 0.5f);
     host_.Dispatch(effSetChunk, 0, 692, saved.data());
     host_.Dispatch(effSetChunk, 0, 3, saved.data());
-    set(76, 1.0f);
-    EXPECT_EQ(get(76), 1.0f) << "a refused state isn't repeated";
+    set(90, 0.0f);
+    EXPECT_EQ(get(90), 0.0f) << "a refused state isn't repeated";
 
     host_.Close();
     host_.product = "Fake";
