@@ -152,6 +152,7 @@ TEST_F(VstBinding, MakesAnInstanceInTheOrderThatHostsAndEditorsRelyOn)
 TEST_F(VstBinding, AnswersOpcodesAsPublished)
 {
     Load();
+    EXPECT_EQ(host_.effect->flags, 0x131) << "editor, chunks, sound of its own";
     EXPECT_EQ(host_.Dispatch(effIdentify), 0x4E764566);
     EXPECT_EQ(host_.Dispatch(effGetNumProgramCategories), 1);
     EXPECT_EQ(host_.Dispatch(effSetBypass, 0, 1), 0) << "hosts try it to see whether it has one";

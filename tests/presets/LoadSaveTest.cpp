@@ -106,6 +106,7 @@ TEST(ProgramDialogs, CarryOutTheAnswerWhenItComes)
     EXPECT_FALSE(presets.IsDialogOpen());
     EXPECT_EQ(rig.renderer->Values(kGateStep1, kGateStep16), std::set<float>{0.09f});
     EXPECT_EQ(rig.renderer->Values(0, kGateStep1 - 1), std::set<float>{0.7f});
+    EXPECT_EQ(rig.renderer->automated.size(), 16u) << "the host follows";
     EXPECT_EQ(rig.Selected(), "Basses/Bass 9");
 
     rig.dialogs.answers = {{EState::Cancelled, "", 0}};
