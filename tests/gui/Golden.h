@@ -1,36 +1,28 @@
 #pragma once
 
-#include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <string>
-#include <vector>
 
 #include "gui/Image.h"
+#include "platform/headless/HeadlessWindow.h"
+#include "tests/gui/Tga.h"
 
 namespace keldra {
 
 inline void WriteTga(const CGraphicBuffer& picture, const std::string& path)
 {
     const auto [height, width] = picture.GetSize();
-    std::vector<unsigned char> bytes(18);
-    bytes[2] = 2;
-    bytes[12] = static_cast<unsigned char>(width & 255);
-    bytes[13] = static_cast<unsigned char>(width >> 8);
-    bytes[14] = static_cast<unsigned char>(height & 255);
-    bytes[15] = static_cast<unsigned char>(height >> 8);
-    bytes[16] = 24;
+    std::string bytes = test::TgaHeader({height, width}, 24);
     for (int y = height - 1; y >= 0; --y)
         for (int x = 0; x < width; ++x) {
             const Color color = picture.GetPixel(x, y);
             for (const unsigned channel : {BlueOf(color), GreenOf(color), RedOf(color)})
-                bytes.push_back(static_cast<unsigned char>(channel));
+                bytes += static_cast<char>(channel);
         }
-    std::FILE* file = std::fopen(path.c_str(), "wb");
-    ASSERT_NE(file, nullptr) << path;
-    EXPECT_EQ(std::fwrite(bytes.data(), 1, bytes.size(), file), bytes.size());
-    std::fclose(file);
+    EXPECT_TRUE(std::ofstream(path, std::ios::binary) << bytes) << path;
 }
 
 /// Compares a picture's colours with tests/golden/<name>.tga, exactly. What differs is left in
@@ -53,6 +45,18 @@ inline void ExpectGolden(const CGraphicBuffer& picture, const std::string& name)
         std::filesystem::create_directories(KELDRA_BINARY_DIR "/golden");
         WriteTga(picture, std::string(KELDRA_BINARY_DIR "/golden/") + name + ".tga");
     }
+}
+
+/// The same for a part of what the user sees.
+inline void ExpectGolden(const CHeadlessWindow& window, const PixelRect& area,
+                         const std::string& name)
+{
+    CGraphicBuffer seen;
+    ASSERT_TRUE(seen.Create({area.height, area.width}));
+    for (int y = 0; y < area.height; ++y)
+        for (int x = 0; x < area.width; ++x)
+            seen.SetPixel(x, y, window.PixelAt(area.x + x, area.y + y));
+    ExpectGolden(seen, name);
 }
 
 } // namespace keldra

@@ -5,6 +5,7 @@
 #include <cstdlib>
 #include <gtest/gtest.h>
 #include <initializer_list>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -81,6 +82,31 @@ private:
     std::string log_;
     bool refusesPressed_ = false;
     bool refusesChanged_ = false;
+};
+
+/// A control on a window that has the focus, and the user's hand.
+template <typename Control>
+class CControlTest : public testing::Test {
+protected:
+    CControlTest(int index, const PixelRect& rect, PixelSize window = {200, 300})
+        : port_(window),
+          control_(port_.GetRootGroup()->Add(std::make_unique<Control>(index))),
+          window_(port_.Show())
+    {
+        control_.SetRect(rect);
+        window_.Focus(true);
+        port_.TakeLog();
+    }
+    void Click(PixelPoint at) const
+    {
+        window_.MoveTo(at);
+        window_.Press();
+        window_.Release();
+    }
+
+    CTestPort port_;
+    Control& control_;
+    CHeadlessWindow& window_;
 };
 
 /// A picture whose every pixel says where it is: blue is the column, green the row, red as given.

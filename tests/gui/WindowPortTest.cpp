@@ -81,10 +81,13 @@ protected:
 
 TEST_F(WindowPort, OpensClosesAndOpensAgain)
 {
+    CHeadlessWindow::RefuseToOpen(true);
+    EXPECT_FALSE(port_.Open(7));
+    CHeadlessWindow::RefuseToOpen(false);
     EXPECT_FALSE(port_.IsOpen());
     port_.PresentAll(); // closed: nothing to do
     port_.RedrawAll();
-    CHeadlessWindow& window = port_.Show();
+    CHeadlessWindow& window = port_.Show(); // with the size that it had
     EXPECT_EQ(window.Size(), (PixelSize{200, 300}));
     EXPECT_EQ(window.Parent(), 7u);
     EXPECT_EQ(window.PixelAt(299, 199), Rgba(65, 65, 65, 0)); // no background: grey
@@ -110,18 +113,6 @@ TEST_F(WindowPort, OpensClosesAndOpensAgain)
     EXPECT_EQ(CHeadlessWindow::Newest()->Parent(), 9u);
     EXPECT_EQ(CHeadlessWindow::Newest()->Place(), (PixelPoint{3, 4}));
     EXPECT_EQ(CHeadlessWindow::Newest()->Size(), (PixelSize{210, 310}));
-}
-
-TEST_F(WindowPort, AnswersFalseWhenTheSystemRefuses)
-{
-    CHeadlessWindow::RefuseToOpen(true);
-    EXPECT_FALSE(port_.Open(7));
-    EXPECT_FALSE(port_.IsOpen());
-    CHeadlessWindow::RefuseToOpen(false);
-    EXPECT_TRUE(port_.Open(7)); // with the size that it had
-    EXPECT_EQ(port_.GetSize(), (PixelSize{200, 300}));
-    CTestPort without({0, 0});
-    EXPECT_FALSE(without.Open(7));
 }
 
 TEST_F(WindowPort, SurvivesTheLossOfItsWindowAndOpensInANewOne)
