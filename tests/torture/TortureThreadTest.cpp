@@ -16,13 +16,7 @@
 #include "apps/host/VstHost.h"
 #include "editor/PanelTable.h"
 #include "tests/editor/panel/Machine.h"
-
-#ifdef KELDRA_TORTURE_HEADLESS
-#include "hosts/vst/VSTWrapper.h"
-#include "tests/torture/HeadlessScreen.h"
-#else
-#include "tests/torture/XScreen.h"
-#endif
+#include "tests/platform/window/XHost.h"
 
 #ifdef KELDRA_SANITIZED
 extern "C" std::size_t __sanitizer_get_current_allocated_bytes(); // g++ has no header for it
@@ -32,6 +26,8 @@ namespace keldra::test {
 namespace {
 
 using namespace vst;
+
+[[maybe_unused]] auto* const kXvfb = testing::AddGlobalTestEnvironment(new CXvfb);
 
 constexpr double kRates[] = {8000.0, 22050.0, 44100.0, 48000.0, 48000.0, 96000.0, 192000.0};
 constexpr int kLongestBlock = 2048;
@@ -82,17 +78,35 @@ std::size_t MemoryInUse()
 #endif
 }
 
-std::shared_ptr<CVstModule> LoadModule()
-{
-#ifdef KELDRA_TORTURE_HEADLESS
-    return CVstModule::FromEntry(&CreateVstInstance);
-#else
-    std::string error;
-    auto module = CVstModule::Load(KELDRA_MODULE, error);
-    EXPECT_NE(module, nullptr) << error;
-    return module;
-#endif
-}
+/// A host's window at the top left of the screen, and a hand that touches what is on top there.
+class CScreen {
+public:
+    [[nodiscard]] void* Parent() { return reinterpret_cast<void*>(host_.Window()); }
+    void Show() { host_.Show({0, 0}, {521, 855}); }
+    void Touch(PixelPoint at, int what)
+    {
+        constexpr int kLeft = 1;
+        switch (what) {
+        case 0:
+            return host_.Press(kLeft);
+        case 1:
+            return host_.Release(kLeft);
+        case 2: // a wheel, or the right button
+            host_.Press(3 + at.x % 3);
+            return host_.Release(3 + at.x % 3);
+        case 3:
+            return host_.MoveBy(at.x % 40 - 20, at.y % 40 - 20);
+        default:
+            host_.MoveTo(at);
+            host_.Press(kLeft);
+            host_.MoveBy(0, at.y % 20 - 10);
+            host_.Release(kLeft);
+        }
+    }
+
+private:
+    CXHost host_;
+};
 
 /// What was done to all instances.
 struct Done {
@@ -343,17 +357,15 @@ void Torture(Victims& victims, const Plan& plan, double seconds, unsigned seed)
         victim->Calm();
 }
 
-#ifdef KELDRA_TORTURE_HEADLESS
-TEST(TortureThreadHeadless, EveryNoteEndsAndNoMemoryIsKept)
-#else
 TEST(TortureThread, EveryNoteEndsAndNoMemoryIsKept)
-#endif
 {
     const Plan plan = PlanFromEnvironment();
     const CMachine machine;
     setenv("HOME", machine.Path("root").c_str(), 1); // whatever is saved by chance goes there
     Victims victims;
-    const auto module = LoadModule();
+    std::string error;
+    const auto module = CVstModule::Load(KELDRA_MODULE, error);
+    ASSERT_NE(module, nullptr) << error;
     for (int i = 0; i < plan.instances; ++i)
         victims.push_back(std::make_unique<CVictim>(module));
 
@@ -373,6 +385,25 @@ TEST(TortureThread, EveryNoteEndsAndNoMemoryIsKept)
     std::printf("%d blocks, %d changes, %d editors, %d touches, %d instances\n", done.blocks.load(),
                 done.changes.load(), done.editors.load(), done.touches.load(),
                 done.instances.load());
+}
+
+// Destroyed after the module's own static objects, before which they were made.
+TEST(ModuleInWindows, MayBeClosedByAHostThatDoesSoAtTheVeryEnd)
+{
+    const CMachine machine;
+    const auto leave = [] {
+        static std::array<CXHost, 2> screens;
+        static std::array<std::unique_ptr<CVstHost>, 2> hosts;
+        std::string error;
+        const auto module = CVstModule::Load(KELDRA_MODULE, error);
+        for (std::size_t i = 0; i < hosts.size(); ++i) {
+            hosts[i] = CVstHost::Create(module, {}, nullptr, error);
+            if (!hosts[i]->OpenEditor(reinterpret_cast<void*>(screens[i].Window())))
+                std::abort();
+        }
+        std::exit(7);
+    };
+    EXPECT_EXIT(leave(), testing::ExitedWithCode(7), "");
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 
 #include <filesystem>
 #include <functional>
+#include <numbers>
 #include <random>
 
 #include "editor/PresetListAboutBox.h"
@@ -10,6 +11,7 @@
 #include "gui/ControlList.h"
 #include "tests/editor/panel/PanelRig.h"
 #include "tests/gui/Golden.h"
+#include "tests/gui/Tga.h"
 
 namespace keldra::test {
 namespace {
@@ -29,19 +31,15 @@ protected:
         Dialogs().answers = {{path.empty() ? EState::Cancelled : EState::Chosen, path, 1}};
     }
     /// What is seen in an area is as it was kept, and all around it the panel is as it was.
-    void ExpectPicture(const PanelRect& area, const std::string& name) const
+    void ExpectPicture(const PixelRect& area, const std::string& name) const
     {
-        CGraphicBuffer seen;
-        ASSERT_TRUE(seen.Create({area.height, area.width}));
+        ExpectGolden(window_, area, name);
         std::size_t place = 0;
         int changedAround = 0;
         for (int y = 0; y < kPanelHeight; ++y)
             for (int x = 0; x < kPanelWidth; ++x, ++place)
-                if (x >= area.x && x < area.Right() && y >= area.y && y < area.Bottom())
-                    seen.SetPixel(x - area.x, y - area.y, window_.PixelAt(x, y));
-                else
+                if (!area.Contains({x, y}))
                     changedAround += window_.PixelAt(x, y) != closed_[place] ? 1 : 0;
-        ExpectGolden(seen, name);
         EXPECT_EQ(changedAround, 0) << name;
     }
 
@@ -53,7 +51,7 @@ protected:
 
 TEST_F(Panel, LooksAsItDid)
 {
-    ExpectPicture(kWholePanel, "panel");
+    ExpectPicture({0, 0, kPanelWidth, kPanelHeight}, "panel");
 
     rig_.Click(EPanelRole::ProgramMenu);
     window_.MoveTo({300, 50});
@@ -387,7 +385,7 @@ TEST_F(Panel, OpensTheAboutBoxAtItsNameAndClosesItWithAnyPress)
 TEST(PanelSkin, IsGreyWithoutAnImageAndEverythingElseLives)
 {
     setenv("KELDRA_DEBUG", "1", 1);
-    for (const char* file : {"knob.tga", "btn_prg_next.tga", "background.tga"}) {
+    for (const char* file : {"knob.tga", "background.tga"}) {
         SCOPED_TRACE(file);
         const CMachine machine;
         machine.CopySkin();
@@ -437,26 +435,20 @@ TEST(PanelSkin, IsOpenedAndUsedWithPicturesOfAnySize)
     };
     const CMachine machine;
     machine.CopySkin();
-    const auto change = [&](const SkinImageRow& row) {
-        const std::string inside = "root/Skin/" + std::string(row.file);
-        const int sizes[] = {1, 2, 127, 128, row.Width(), row.Height(), upTo(2000)};
-        const int width = sizes[upTo(6)];
-        const int height = sizes[upTo(6)];
-        std::string file(18, '\0');
-        file[2] = 2; // colours, not packed
-        for (const auto& [at, number] : {std::pair(12u, width), std::pair(14u, height)}) {
-            file[at] = static_cast<char>(number & 0xFF);
-            file[at + 1] = static_cast<char>(number >> 8);
+    const auto change = [&] {
+        for (const SkinImageRow& row : kSkinImages) {
+            const int sizes[] = {1, 2, 127, 128, row.Width(), row.Height(), upTo(2000)};
+            const PixelSize size{sizes[upTo(6)], sizes[upTo(6)]};
+            const int depth = upTo(1) == 0 ? 24 : 32;
+            std::string file = TgaHeader(size, depth);
+            file.append(static_cast<std::size_t>(size.width * size.height * depth / 8), '\x60');
+            if (upTo(9) == 0)
+                file.resize(static_cast<std::size_t>(18 + upTo(40)));
+            machine.Write("root/Skin/" + std::string(row.file), file);
         }
-        file[16] = upTo(1) == 0 ? 24 : 32;
-        file.append(static_cast<std::size_t>(width * height * file[16] / 8), '\x60');
-        if (upTo(9) == 0)
-            file.resize(18 + static_cast<std::size_t>(upTo(40)));
-        machine.Write(inside, file);
     };
     for (int round = 0; round < 4; ++round) {
-        for (const SkinImageRow& row : kSkinImages)
-            change(row);
+        change();
         CPanelRig rig;
         for (int opened = 0; opened < 2 && !HasFailure(); ++opened) {
             for (int i = 0; i < 50; ++i) {
@@ -471,13 +463,44 @@ TEST(PanelSkin, IsOpenedAndUsedWithPicturesOfAnySize)
             }
             rig.ClickAt({40, 15}); // the about box
             rig.ClickAt({40, 15});
-            for (const SkinImageRow& row : kSkinImages)
-                upTo(1) == 0 ? std::filesystem::resize_file(
-                                   machine.Path("root/Skin/") + std::string(row.file), 10)
-                             : change(row);
+            change();
             rig.host->CloseEditor();
             rig.Open(); // as it was: nobody has closed the last instance
         }
+    }
+}
+
+TEST(PanelSkin, TurnsTheKnobsPointerEvenlyThroughThreeQuartersOfACircle)
+{
+    // The pointer is the one bright thing on the black skirt; what light the skirt's upper edge
+    // reflects is left out.
+    const SkinImageRow& size = RowOf(ESkinImage::Knob);
+    CImage strip;
+    ASSERT_TRUE(strip.Load(KELDRA_BINARY_DIR "/Keldra/Skin/" + std::string(size.file)));
+    const auto pointerDegrees = [&](int frame) {
+        constexpr double kAxisX = 18.0, kAxisY = 17.0;
+        double x = 0.0, y = 0.0;
+        for (int row = 0; row < size.frameHeight; ++row) {
+            for (int column = 0; column < size.frameWidth; ++column) {
+                const double dx = column + 0.5 - kAxisX;
+                const double dy = row + 0.5 - kAxisY;
+                const double radius = std::hypot(dx, dy);
+                if (radius < 10.4 || radius > 13.0)
+                    continue;
+                const Color color = strip.GetPixel(column, frame * size.frameHeight + row);
+                const double light = std::max(0.0, GreenOf(color) - 100.0);
+                x += dx * light;
+                y += dy * light;
+            }
+        }
+        return std::atan2(x, -y) * 180.0 / std::numbers::pi;
+    };
+    EXPECT_NEAR(pointerDegrees(0), -135.0, 3.0);
+    EXPECT_NEAR(pointerDegrees(127), 135.0, 3.0);
+    for (int frame = 1; frame < kFilmstripFrames; ++frame) {
+        const double step = pointerDegrees(frame) - pointerDegrees(frame - 1);
+        EXPECT_NEAR(step, 270.0 / 127.0, 2.0) << frame;
+        EXPECT_GT(step, 0.0) << frame;
     }
 }
 
