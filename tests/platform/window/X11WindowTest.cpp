@@ -99,6 +99,13 @@ protected:
             return condition();
         });
     }
+    /// Whether so many pointer events of a kind have come.
+    bool HasTold(PointerEvent::EKind kind, int count)
+    {
+        return EventuallyLocked([&] {
+            return std::ranges::count(recorder_.pointer, kind, &PointerEvent::kind) == count;
+        });
+    }
     xcb_window_t Handle() const
     {
         const CUiLock lock;
@@ -111,6 +118,7 @@ protected:
 
 TEST_F(X11Window, ShowsItsPictureInAParentThatWasNeitherSizedNorMapped)
 {
+    EXPECT_FALSE(Open(0x7fffff1));                 // no such parent
     recorder_.picture[119 * 200 + 5] = 0xff00aa55; // (5, 0): the rows begin at the bottom
     OpenShown();
     EXPECT_TRUE(Eventually([&] { return host_.PixelAt(Handle(), 5, 0) == 0x00aa55; }));
@@ -130,11 +138,6 @@ TEST_F(X11Window, ShowsItsPictureInAParentThatWasNeitherSizedNorMapped)
     EXPECT_TRUE(Eventually([&] { return host_.PixelAt(Handle(), 29, 14) == 0xffffff; }));
     EXPECT_EQ(host_.PixelAt(Handle(), 30, 14), 0x102030u);
     EXPECT_EQ(host_.PixelAt(Handle(), 29, 15), 0x102030u);
-}
-
-TEST_F(X11Window, SaysNoWithoutAParent)
-{
-    EXPECT_FALSE(Open(0x7fffff1)); // no such window
 }
 
 TEST_F(X11Window, TellsButtonsWheelAndModifiers)
@@ -202,35 +205,20 @@ TEST_F(X11Window, DragsWithoutEndWhileTheCursorIsHidden)
     })) << recorder_.pointer.back().at.x
         << ", " << recorder_.pointer.back().at.y;
     host_.Release(1);
-    EXPECT_TRUE(EventuallyLocked([&] { // the cursor has been there all the time
-        return std::any_of(
-            recorder_.pointer.begin(), recorder_.pointer.end(),
-            [](const PointerEvent& event) { return event.kind == PointerEvent::EKind::Up; });
-    }));
+    EXPECT_TRUE(HasTold(PointerEvent::EKind::Up, 1)); // the cursor has been there all the time
     std::this_thread::sleep_for(std::chrono::milliseconds(100)); // for it to be put back once more
     EXPECT_EQ(host_.Pointer(), (PixelPoint{150, 150}));
     // A short one, and at once a press where the cursor has come back to: no double click.
-    {
-        const CUiLock lock;
-        recorder_.pointer.clear();
-    }
-    const auto seen = [&](std::ptrdiff_t count, PointerEvent::EKind kind) {
-        return EventuallyLocked([&] {
-            return std::count_if(recorder_.pointer.begin(), recorder_.pointer.end(),
-                                 [&](const PointerEvent& event) { return event.kind == kind; }) ==
-                   count;
-        });
-    };
     host_.Press(1);
-    EXPECT_TRUE(seen(1, PointerEvent::EKind::Down));
+    EXPECT_TRUE(HasTold(PointerEvent::EKind::Down, 2));
     host_.MoveBy(0, -10);
     host_.Release(1);
-    EXPECT_TRUE(seen(1, PointerEvent::EKind::Up));
+    EXPECT_TRUE(HasTold(PointerEvent::EKind::Up, 2));
     EXPECT_TRUE(Eventually([&] { return host_.Pointer() == PixelPoint{150, 150}; }));
     host_.Press(1);
     host_.Release(1);
-    EXPECT_TRUE(seen(2, PointerEvent::EKind::Up));
-    EXPECT_TRUE(seen(2, PointerEvent::EKind::Down));
+    EXPECT_TRUE(HasTold(PointerEvent::EKind::Up, 3));
+    EXPECT_TRUE(HasTold(PointerEvent::EKind::Down, 3));
     host_.MoveTo({160, 150});
     EXPECT_TRUE(EventuallyLocked([&] {
         return recorder_.pointer.back().at == PixelPoint{60, 50};

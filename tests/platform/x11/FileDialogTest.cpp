@@ -1,14 +1,12 @@
 #include "platform/FileDialog.h"
 
 #include <chrono>
-#include <cstdlib>
 #include <gtest/gtest.h>
-#include <map>
-#include <optional>
 #include <set>
 #include <sys/stat.h>
 
 #include "platform/x11/PortalDialog.h"
+#include "tests/platform/Environment.h"
 #include "tests/platform/TemporaryFolder.h"
 #include "tests/platform/x11/SessionBus.h"
 
@@ -17,28 +15,6 @@ namespace {
 
 using EState = CFileDialog::EState;
 using Clock = std::chrono::steady_clock;
-
-/// Environment variables that are something else while it lives.
-class CEnvironment {
-public:
-    ~CEnvironment()
-    {
-        for (const auto& [name, value] : before_)
-            if (value)
-                ::setenv(name.c_str(), value->c_str(), 1);
-            else
-                ::unsetenv(name.c_str());
-    }
-    void Set(const std::string& name, const std::string& value)
-    {
-        const char* old = std::getenv(name.c_str());
-        before_.try_emplace(name, old != nullptr ? std::optional<std::string>(old) : std::nullopt);
-        ::setenv(name.c_str(), value.c_str(), 1);
-    }
-
-private:
-    std::map<std::string, std::optional<std::string>> before_;
-};
 
 std::set<std::string> OpenDescriptors()
 {
