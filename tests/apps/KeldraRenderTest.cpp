@@ -1,11 +1,11 @@
 #include <algorithm>
 #include <cmath>
 #include <gtest/gtest.h>
-#include <sndfile.h>
 #include <sstream>
 
 #include "tests/apps/MidiBytes.h"
 #include "tests/apps/RunProgram.h"
+#include "tests/apps/WavFile.h"
 
 // The program itself, run on an instrument of sine waves that writes down what it is told.
 
@@ -16,30 +16,6 @@ namespace {
 /// A second of A at 120 beats a minute.
 const std::string kNote = Hex("00 904564 8740 804500");
 const std::string kSong = MidiFile(480, {Track(kNote)});
-
-struct Wav {
-    int rate = 0;
-    int format = 0;
-    std::vector<float> left;
-    std::vector<float> right;
-};
-
-Wav ReadWav(const std::string& path)
-{
-    SF_INFO info{};
-    SNDFILE* const file = ::sf_open(path.c_str(), SFM_READ, &info);
-    if (file == nullptr)
-        return {};
-    std::vector<float> samples(static_cast<std::size_t>(info.frames * info.channels));
-    ::sf_readf_float(file, samples.data(), info.frames);
-    ::sf_close(file);
-    Wav wav{info.samplerate, info.format, {}, {}};
-    for (std::size_t i = 0; info.channels == 2 && i < samples.size(); i += 2) {
-        wav.left.push_back(samples[i]);
-        wav.right.push_back(samples[i + 1]);
-    }
-    return wav;
-}
 
 float PeakOf(const std::vector<float>& samples)
 {
@@ -159,29 +135,21 @@ TEST_F(KeldraRender, TellsTempoMeterAndTransportAndCutsBlocksWhereTheyChange)
     folder_.Write("song.mid",
                   MidiFile(96, {Track(Hex("00 FF5804 03021808 00 904564 60 FF5103 03D090"
                                           "8140 FF5804 04021808 60 804500"))}));
-    Play("--rate 38400 --block 8000 --tail 0.25");
+    Play("--rate 8000 --block 3000 --tail 0.25");
     EXPECT_EQ(
         Log(1, "block"),
-        (Lines{"block 0 + 8000: sample 0 quarter 0.000000 bar 0.000000 tempo 120.0000 meter 3/4 "
+        (Lines{"block 0 + 3000: sample 0 quarter 0.000000 bar 0.000000 tempo 120.0000 meter 3/4 "
                "playing changed",
-               "block 8000 + 8000: sample 8000 quarter 0.416667 bar 0.000000 tempo 120.0000 "
+               "block 3000 + 1000: sample 3000 quarter 0.750000 bar 0.000000 tempo 120.0000 "
                "meter 3/4 playing",
-               "block 16000 + 3200: sample 16000 quarter 0.833333 bar 0.000000 tempo 120.0000 "
+               "block 4000 + 3000: sample 4000 quarter 1.000000 bar 0.000000 tempo 240.0000 "
                "meter 3/4 playing",
-               "block 19200 + 8000: sample 19200 quarter 1.000000 bar 0.000000 tempo 240.0000 "
+               "block 7000 + 1000: sample 7000 quarter 2.500000 bar 0.000000 tempo 240.0000 "
                "meter 3/4 playing",
-               "block 27200 + 8000: sample 27200 quarter 1.833333 bar 0.000000 tempo 240.0000 "
-               "meter 3/4 playing",
-               "block 35200 + 3200: sample 35200 quarter 2.666667 bar 0.000000 tempo 240.0000 "
-               "meter 3/4 playing",
-               "block 38400 + 8000: sample 38400 quarter 3.000000 bar 3.000000 tempo 240.0000 "
+               "block 8000 + 2000: sample 8000 quarter 3.000000 bar 3.000000 tempo 240.0000 "
                "meter 4/4 playing",
-               "block 46400 + 1600: sample 46400 quarter 3.833333 bar 3.000000 tempo 240.0000 "
-               "meter 4/4 playing",
-               "block 48000 + 8000: sample 48000 quarter 4.000000 bar 3.000000 tempo 240.0000 "
-               "meter 4/4 changed",
-               "block 56000 + 1600: sample 56000 quarter 4.000000 bar 3.000000 tempo 240.0000 "
-               "meter 4/4"}));
+               "block 10000 + 2000: sample 10000 quarter 4.000000 bar 3.000000 tempo 240.0000 "
+               "meter 4/4 changed"}));
 }
 
 TEST_F(KeldraRender, EndsWhenItIsSilentOrAfterTheTailThatWasAskedFor)
@@ -402,7 +370,6 @@ TEST_F(KeldraRender, RefusesBadInputInOneLineAndLeavesNothingBehind)
         // Numbers
         {play + "--rate 7999", "--rate takes 8000 to 384000, not \"7999\""},
         {play + "--rate 384001", "--rate"},
-        {play + "--rate 48000.5", "--rate"},
         {play + "--block 0", "--block takes 1 to 8192"},
         {play + "--tail -0.1", "--tail takes 0 to 3600"},
         {play + "--normalise 0.1", "--normalise takes -60 to 0"},
@@ -431,7 +398,6 @@ TEST_F(KeldraRender, RefusesBadInputInOneLineAndLeavesNothingBehind)
         {play + "--module missing.so", "missing.so: No such file"},
         {play + "--module text.txt", "invalid ELF header"},
         {play + "--module " KELDRA_TEST_LIBRARY, "not a VST 2 module"},
-        {play + "--module " KELDRA_TEST_EFFECT, "an effect, not an instrument"},
         {play + "--set Fault=0.25", "no number (channel 1 at 0.011 s)"},
     };
     for (const auto& [arguments, problem] : kCases) {
@@ -445,6 +411,10 @@ TEST_F(KeldraRender, RefusesBadInputInOneLineAndLeavesNothingBehind)
         std::filesystem::remove(folder_.Path("log"));
         EXPECT_EQ(Files(), before) << arguments;
     }
+    CRunningProgram::Setup setup;
+    setup.environment = {"SINE_MODULE_EFFECT=1"};
+    const ProgramRun run = Run(play + instrument, setup);
+    EXPECT_NE(run.err.find("an effect, not an instrument"), std::string::npos) << run.err;
 }
 
 TEST_F(KeldraRender, LeavesTheOldFileWhenTheDiskIsFull)
@@ -464,11 +434,9 @@ TEST_F(KeldraRender, LeavesTheOldFileWhenTheDiskIsFull)
 
 TEST_F(KeldraRender, LeavesTheOldFileWhenItIsInterruptedOrCrashes)
 {
-    folder_.Write("out.wav", "old");
-    const auto hasStarted = [this] { return !Log(1, "block").empty(); };
     const struct {
         const char* what;
-        const char* fault;
+        const char* fault; ///< 1: slow enough to be interrupted
         int signal, ignored;
         int status; ///< -1: anything but success
     } kCases[] = {
@@ -476,12 +444,17 @@ TEST_F(KeldraRender, LeavesTheOldFileWhenItIsInterruptedOrCrashes)
         {"termination", "1", SIGTERM, 0, 128 + SIGTERM},
         {"lost terminal", "1", SIGHUP, 0, 128 + SIGHUP},
         {"a module that crashes", "0.5", 0, 0, -1}, // a sanitizer ends it in its own way
+        {"started with nohup", "1", SIGHUP, SIGHUP, 0},
     };
     for (const auto& [what, fault, signal, ignored, status] : kCases) {
+        folder_.Write("out.wav", "old");
+        CRunningProgram::Setup setup;
+        setup.ignoredSignal = ignored;
         CRunningProgram program = Start(
-            std::string("song.mid -o out.wav --module " KELDRA_TEST_INSTRUMENT " --set Fault=") +
-            fault);
-        for (int i = 0; i < 2000 && signal != 0 && !hasStarted(); ++i)
+            "song.mid -o out.wav --block 4000 --module " KELDRA_TEST_INSTRUMENT " --set Fault=" +
+                std::string(fault),
+            setup);
+        for (int i = 0; i < 2000 && signal != 0 && Log(1, "block").empty(); ++i)
             ::usleep(5000);
         if (signal != 0) {
             EXPECT_EQ(Files().size(), 4u) << what << ": the new file is beside the old one";
@@ -490,23 +463,9 @@ TEST_F(KeldraRender, LeavesTheOldFileWhenItIsInterruptedOrCrashes)
         const ProgramRun run = program.Wait();
         EXPECT_TRUE(status < 0 ? run.status != 0 : run.status == status) << what << run.status;
         EXPECT_EQ(Files(), (Lines{"log", "out.wav", "song.mid"})) << what;
-        EXPECT_EQ(Slurp(folder_.Path("out.wav")), "old") << what;
+        EXPECT_EQ(Slurp(folder_.Path("out.wav")) == "old", status != 0) << what;
         std::filesystem::remove(folder_.Path("log"));
     }
-}
-
-TEST_F(KeldraRender, GoesOnWithoutItsTerminalWhenStartedWithNohup)
-{
-    CRunningProgram::Setup setup;
-    setup.ignoredSignal = SIGHUP;
-    CRunningProgram program = Start("song.mid -o out.wav --module " KELDRA_TEST_INSTRUMENT
-                                    " --set Fault=1 --tail 0 --block 8000",
-                                    setup);
-    for (int i = 0; i < 2000 && Log(1, "block").empty(); ++i)
-        ::usleep(5000);
-    program.Kill(SIGHUP);
-    EXPECT_EQ(program.Wait().status, 0);
-    EXPECT_EQ(Output().left.size(), 48000u);
 }
 
 TEST_F(KeldraRender, FollowsALinkToItsFile)
@@ -516,23 +475,6 @@ TEST_F(KeldraRender, FollowsALinkToItsFile)
     Play();
     EXPECT_TRUE(std::filesystem::is_symlink(folder_.Path("out.wav")));
     EXPECT_EQ(ReadWav(folder_.Path("real.wav")).left.size(), 48000u);
-}
-
-TEST_F(KeldraRender, ReadsAndWritesNumbersAlikeUnderALocaleWithDecimalCommas)
-{
-    const std::string locales = folder_.Path("locales");
-    std::filesystem::create_directory(locales);
-    CRunningProgram localedef(
-        {"localedef", "-i", "de_DE", "-f", "UTF-8", locales + "/de_DE.UTF-8"});
-    if (localedef.Wait().status != 0)
-        GTEST_SKIP() << "no localedef here";
-    CRunningProgram::Setup setup;
-    setup.environment = {"SINE_MODULE_LOCALE=1", "LC_ALL=de_DE.UTF-8", "LOCPATH=" + locales};
-    const ProgramRun run = Run(
-        "song.mid -o out.wav --tail 0.5 --set Level=0.25 --module " KELDRA_TEST_INSTRUMENT, setup);
-    EXPECT_EQ(run.status, 0) << run.err;
-    EXPECT_EQ(Log(1, "set"), Lines{"set 0 0,25"}) << "the module writes commas now";
-    EXPECT_NE(run.out.find("1.500 s, peak -14.1"), std::string::npos) << run.out;
 }
 
 } // namespace keldra::test

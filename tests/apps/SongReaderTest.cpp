@@ -169,17 +169,17 @@ TEST(SongTiming, LosesNothingOverALongSongWhoseTempoNeverRests)
 
 TEST(SongTiming, CountsBarsFromTheLastChangeOfMeter)
 {
-    // 3/4 from the start, 7/8 from quarter 6, 4/4 from quarter 9.5, in the midst of a bar.
+    // 3/4 from the start, 7/8 from quarter 6, 4/4 from quarter 10.5, in the midst of a bar.
     const Song song = Read(MidiFile(
         96,
-        {Track(Hex("00 FF58040302 1808 8440 FF58040703 1808 8250 FF58040402 1808 8900 903C40"))}));
+        {Track(Hex("00 FF58040302 1808 8440 FF58040703 1808 8330 FF58040402 1808 8900 903C40"))}));
     const CSongTiming timing(song, 48000);
     const struct {
         double quarter, bar;
         int beats, unit;
-    } kCases[] = {{0, 0, 3, 4},       {2.99, 0, 3, 4},    {3, 3, 3, 4},     {5.99, 3, 3, 4},
-                  {6, 6, 7, 8},       {9.4, 6, 7, 8},     {9.5, 9.5, 4, 4}, {13.4, 9.5, 4, 4},
-                  {13.5, 13.5, 4, 4}, {1000, 997.5, 4, 4}};
+    } kCases[] = {{0, 0, 3, 4},       {2.99, 0, 3, 4},    {3, 3, 3, 4},       {5.99, 3, 3, 4},
+                  {6, 6, 7, 8},       {9.4, 6, 7, 8},     {9.5, 9.5, 7, 8},   {10.5, 10.5, 4, 4},
+                  {14.4, 10.5, 4, 4}, {14.5, 14.5, 4, 4}, {1000, 998.5, 4, 4}};
     for (const auto& [quarter, bar, beats, unit] : kCases) {
         const SongPosition position = timing.At(std::llround(quarter * 24000.0));
         EXPECT_NEAR(position.barStart, bar, 1e-9) << quarter;

@@ -1,9 +1,8 @@
 // A plug-in module for the tests of hosts: an instrument of sine waves that writes down what its
 // host does with it, in the file that SINE_MODULE_LOG names. It knows nothing of Keldra but the
-// interface. Built with KELDRA_TEST_EFFECT it says that it is an effect.
+// interface. With SINE_MODULE_EFFECT set it says that it is an effect. Its panel is empty.
 
 #include <array>
-#include <clocale>
 #include <cmath>
 #include <csignal>
 #include <cstdarg>
@@ -63,14 +62,11 @@ public:
         effect_.numPrograms = 1;
         effect_.numParams = kParameterCount;
         effect_.numOutputs = 2;
-        effect_.flags = effFlagsCanReplacing | effFlagsProgramChunks;
-#ifndef KELDRA_TEST_EFFECT
-        effect_.flags |= effFlagsIsSynth;
-#endif
+        effect_.flags = effFlagsHasEditor | effFlagsCanReplacing | effFlagsProgramChunks;
+        if (std::getenv("SINE_MODULE_EFFECT") == nullptr)
+            effect_.flags |= effFlagsIsSynth;
         effect_.object = this;
         effect_.uniqueID = FourCharacters("Sine");
-        if (std::getenv("SINE_MODULE_LOCALE") != nullptr)
-            std::setlocale(LC_ALL, ""); // rude, but some do
         if (const char* path = std::getenv("SINE_MODULE_LOG"))
             log_ = std::fopen(path, "a");
         char product[64] = {};
@@ -86,16 +82,10 @@ public:
     CSine(const CSine&) = delete;
     CSine& operator=(const CSine&) = delete;
 
-    [[nodiscard]] AEffect* Effect()
-    {
-        return &effect_;
-    }
+    [[nodiscard]] AEffect* Effect() { return &effect_; }
 
 private:
-    VstIntPtr Host(VstInt32 opcode, void* ptr)
-    {
-        return host_(&effect_, opcode, 0, 0, ptr, 0.0f);
-    }
+    VstIntPtr Host(VstInt32 opcode, void* ptr) { return host_(&effect_, opcode, 0, 0, ptr, 0.0f); }
 
     __attribute__((format(printf, 2, 3))) void Log(const char* format, ...)
     {
@@ -148,6 +138,13 @@ private:
                 bytes[value - 1]);
             return bytes[0] != 0xEE; // a chunk that isn't liked
         }
+        case effEditGetRect: {
+            static ERect panel{0, 0, 300, 400};
+            *static_cast<ERect**>(ptr) = &panel;
+            return 1;
+        }
+        case effEditOpen:
+            return 1;
         case effProcessEvents:
             QueueEvents(*static_cast<const VstEvents*>(ptr));
             return 1;
