@@ -1,8 +1,67 @@
 #include "tests/reference/ScalarSynth.h"
 
+#include <algorithm>
 #include <cmath>
+#include <map>
 
 namespace keldra {
+
+namespace {
+
+float Seconds(float v, float low, float high)
+{
+    return (v * v * (v * v) * (high - low) + low) * 0.001f;
+}
+
+int Choice(float v, int last)
+{
+    return static_cast<int>((static_cast<double>(v) + 0.0001) * last);
+}
+
+/// What each parameter does, by its index.
+const std::map<int, void (*)(ScalarSynth&, float)> kMeanings = {
+    {0, [](ScalarSynth& s, float v) { s.patch.shapeA = v != 0.0f ? 1.0f : 0.0f; }},
+    {1, [](ScalarSynth& s, float v) { s.patch.pulseWidthA.target = v; }},
+    {2, [](ScalarSynth& s, float v) { s.patch.sync = v != 0.0f; }},
+    {3, [](ScalarSynth& s, float v) { s.patch.ring = v != 0.0f; }},
+    {4, [](ScalarSynth& s, float v) { s.patch.shapeB = v != 0.0f ? 1.0f : 0.0f; }},
+    {5, [](ScalarSynth& s, float v) { s.patch.pulseWidthB.target = v; }},
+    {6,
+     [](ScalarSynth& s, float v) {
+         s.patch.pitchBSemitones = static_cast<float>(static_cast<int>(v * 48.0f) - 24);
+     }},
+    {7, [](ScalarSynth& s, float v) { s.patch.detuneBSemitones = v * 0.5f; }},
+    {8, [](ScalarSynth& s, float v) { s.patch.oscBalance.target = v; }},
+    {9, [](ScalarSynth& s, float v) { s.patch.noiseBalance.target = v; }},
+    {10, [](ScalarSynth& s, float v) { s.patch.egAmount.target = 2.0f * v - 1.0f; }},
+    {11, [](ScalarSynth& s, float v) { s.patch.eg.attackSeconds = Seconds(v, 5, 50000); }},
+    {12, [](ScalarSynth& s, float v) { s.patch.eg.decaySeconds = Seconds(v, 5, 50000); }},
+    {13, [](ScalarSynth& s, float v) { s.patch.eg.sustain = v; }},
+    {14, [](ScalarSynth& s, float v) { s.patch.eg.releaseSeconds = Seconds(v, 5, 50000); }},
+    {15, [](ScalarSynth& s, float v) { s.gain = std::pow(10.0f, (30.0f * v - 20.0f) / 20.0f); }},
+    {18, [](ScalarSynth& s, float v) { s.patch.cutoff.target = v; }},
+    {19, [](ScalarSynth& s, float v) { s.patch.resonance = v; }},
+    {20, [](ScalarSynth& s, float v) { s.patch.keyTracking = v; }},
+    {21, [](ScalarSynth& s, float v) { s.patch.velocityTracking = v; }},
+    {22, [](ScalarSynth& s, float v) { s.patch.amp.attackSeconds = Seconds(v, 1, 5000); }},
+    {23, [](ScalarSynth& s, float v) { s.patch.amp.decaySeconds = Seconds(v, 5, 20000); }},
+    {24, [](ScalarSynth& s, float v) { s.patch.amp.sustain = v * v; }},
+    {25, [](ScalarSynth& s, float v) { s.patch.amp.releaseSeconds = Seconds(v, 15, 10000); }},
+    {26, [](ScalarSynth& s, float v) { s.patch.lfoAmount.target = 2.0f * v - 1.0f; }},
+    {27, [](ScalarSynth& s, float v) { s.lfo.retrigger = v != 0.0f; }},
+    {28, [](ScalarSynth& s, float v) { s.lfo.rate = double{v * v * (v * v) * v * 30.0f}; }},
+    {29, [](ScalarSynth& s, float v) { s.patch.unisonDetune = 1.5f * v; }},
+    {30, [](ScalarSynth& s, float v) { s.patch.unisonPan = v; }},
+    {43, [](ScalarSynth& s, float v) { s.patch.modWheelAmount.target = 2.0f * v - 1.0f; }},
+    {45, [](ScalarSynth& s, float v) { s.patch.octaver = v != 0.0f; }},
+    {65, [](ScalarSynth& s, float v) { s.patch.egDestination = Choice(v, 4); }},
+    {66, [](ScalarSynth& s, float v) { s.patch.filterMode = Choice(v, 2); }},
+    {67, [](ScalarSynth& s, float v) { s.patch.lfoDestination = Choice(v, 5); }},
+    {68, [](ScalarSynth& s, float v) { s.lfo.shape = Choice(v, 4); }},
+    {71, [](ScalarSynth& s, float v) { s.patch.modWheelDestination = Choice(v, 4); }},
+};
+
+} // namespace
 
 ScalarDecimator::ScalarDecimator()
 {
@@ -50,127 +109,12 @@ std::array<SmoothedValue*, 8> ScalarSynth::Smoothed()
             &patch.lfoAmount,   &patch.egAmount,    &patch.modWheelAmount, &patch.cutoff};
 }
 
-bool ScalarSynth::Follow(int index, float v)
+bool ScalarSynth::Follow(int index, float value)
 {
-    const auto time = [v](float low, float high) {
-        return (v * v * (v * v) * (high - low) + low) * 0.001f;
-    };
-    const auto choice = [v](int last) {
-        return static_cast<int>((static_cast<double>(v) + 0.0001) * last);
-    };
-    switch (index) {
-    case 0:
-        patch.shapeA = v != 0.0f ? 1.0f : 0.0f;
-        break;
-    case 1:
-        patch.pulseWidthA.target = v;
-        break;
-    case 2:
-        patch.sync = v != 0.0f;
-        break;
-    case 3:
-        patch.ring = v != 0.0f;
-        break;
-    case 4:
-        patch.shapeB = v != 0.0f ? 1.0f : 0.0f;
-        break;
-    case 5:
-        patch.pulseWidthB.target = v;
-        break;
-    case 6:
-        patch.pitchBSemitones = static_cast<float>(static_cast<int>(v * 48.0f) - 24);
-        break;
-    case 7:
-        patch.detuneBSemitones = v * 0.5f;
-        break;
-    case 8:
-        patch.oscBalance.target = v;
-        break;
-    case 9:
-        patch.noiseBalance.target = v;
-        break;
-    case 10:
-        patch.egAmount.target = 2.0f * v - 1.0f;
-        break;
-    case 11:
-        patch.eg.attackSeconds = time(5.0f, 50000.0f);
-        break;
-    case 12:
-        patch.eg.decaySeconds = time(5.0f, 50000.0f);
-        break;
-    case 13:
-        patch.eg.sustain = v;
-        break;
-    case 14:
-        patch.eg.releaseSeconds = time(5.0f, 50000.0f);
-        break;
-    case 15:
-        gain = std::pow(10.0f, (30.0f * v - 20.0f) / 20.0f);
-        break;
-    case 18:
-        patch.cutoff.target = v;
-        break;
-    case 19:
-        patch.resonance = v;
-        break;
-    case 20:
-        patch.keyTracking = v;
-        break;
-    case 21:
-        patch.velocityTracking = v;
-        break;
-    case 22:
-        patch.amp.attackSeconds = time(1.0f, 5000.0f);
-        break;
-    case 23:
-        patch.amp.decaySeconds = time(5.0f, 20000.0f);
-        break;
-    case 24:
-        patch.amp.sustain = v * v;
-        break;
-    case 25:
-        patch.amp.releaseSeconds = time(15.0f, 10000.0f);
-        break;
-    case 26:
-        patch.lfoAmount.target = 2.0f * v - 1.0f;
-        break;
-    case 27:
-        lfo.retrigger = v != 0.0f;
-        break;
-    case 28:
-        lfo.rate = static_cast<double>(v * v * (v * v) * v * 30.0f);
-        break;
-    case 29:
-        patch.unisonDetune = 1.5f * v;
-        break;
-    case 30:
-        patch.unisonPan = v;
-        break;
-    case 43:
-        patch.modWheelAmount.target = 2.0f * v - 1.0f;
-        break;
-    case 45:
-        patch.octaver = v != 0.0f;
-        break;
-    case 65:
-        patch.egDestination = choice(4);
-        break;
-    case 66:
-        patch.filterMode = choice(2);
-        break;
-    case 67:
-        patch.lfoDestination = choice(5);
-        break;
-    case 68:
-        lfo.shape = choice(4);
-        break;
-    case 71:
-        patch.modWheelDestination = choice(4);
-        break;
-    default:
-        return false;
-    }
-    return true;
+    const auto meaning = kMeanings.find(index);
+    if (meaning != kMeanings.end())
+        meaning->second(*this, value);
+    return meaning != kMeanings.end();
 }
 
 void ScalarSynth::JumpSmoothed()
