@@ -21,7 +21,7 @@ namespace {
 // The calls that leave a mark on the disk, as the linker has WriteWholeFile make them: one of them
 // is the last that its process lives to make, or finds the disk full.
 
-enum class EFault { None, Killed, DiskFull };
+enum class EFault { None, Killed, DiskFull, KeepsNoPermissions };
 
 struct Fault {
     EFault kind = EFault::None;
@@ -32,7 +32,8 @@ Fault fault;
 /// @return whether this call is to fail, with errno set
 bool Strikes()
 {
-    if (fault.kind == EFault::None || fault.stepsBefore-- > 0)
+    if (fault.kind == EFault::None || fault.kind == EFault::KeepsNoPermissions ||
+        fault.stepsBefore-- > 0)
         return false;
     if (fault.kind == EFault::Killed)
         ::raise(SIGKILL);
@@ -91,6 +92,16 @@ int __wrap_close(int file)
 {
     const bool strikes = keldra::test::Strikes();
     return __real_close(file) == 0 && !strikes ? 0 : -1; // closed it is in any case
+}
+
+int __real_fchmod(int file, mode_t mode);
+int __wrap_fchmod(int file, mode_t mode);
+int __wrap_fchmod(int file, mode_t mode)
+{
+    errno = ENOSYS;
+    return keldra::test::fault.kind == keldra::test::EFault::KeepsNoPermissions
+               ? -1
+               : __real_fchmod(file, mode);
 }
 
 int __real_fsync(int file);
@@ -203,6 +214,10 @@ TEST(Files, WriteThroughLinksAndKeepPermissionsButReplaceNothingProtected)
     struct stat status {};
     ASSERT_EQ(::stat(real.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777u, 0640u);
+    fault.kind = EFault::KeepsNoPermissions; // a stick from another system, a network's disk
+    EXPECT_TRUE(WriteWholeFile(real, Bytes("newer")));
+    fault = {};
+    EXPECT_EQ(Slurp(real), "newer");
 
     const std::string inParts = folder.Path(std::string(255, 'n'));
     EXPECT_TRUE(WriteWholeFile(inParts, Bytes("longest name")))
@@ -213,7 +228,7 @@ TEST(Files, WriteThroughLinksAndKeepPermissionsButReplaceNothingProtected)
     if (::geteuid() != 0) { // root may write anything
         ASSERT_EQ(::chmod(real.c_str(), 0440), 0);
         EXPECT_FALSE(WriteWholeFile(real, Bytes("x")));
-        EXPECT_EQ(Slurp(real), "new");
+        EXPECT_EQ(Slurp(real), "newer");
     }
 }
 
