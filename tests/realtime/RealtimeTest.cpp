@@ -53,19 +53,28 @@ std::unique_ptr<vst::CVstHost> MakeBusyHost()
     return host;
 }
 
-/// Renders blocks full of messages of all kinds, this thread watched meanwhile.
+void Send(vst::CVstHost& host, int frame, int status, int data1, int data2)
+{
+    const std::array<std::uint8_t, 3> message = {static_cast<std::uint8_t>(status),
+                                                 static_cast<std::uint8_t>(data1),
+                                                 static_cast<std::uint8_t>(data2)};
+    host.AddMidi(frame, message);
+}
+
+/// Renders a block, this thread watched meanwhile.
+void RenderWatched(vst::CVstHost& host)
+{
+    static std::array<float, kBlockFrames> left, right;
+    float* outputs[] = {left.data(), right.data()};
+    const CCallCounter watch;
+    host.Render(outputs, kBlockFrames);
+}
+
+/// Renders blocks full of messages of all kinds.
 void PlayDenseEvents(vst::CVstHost& host, int blocks)
 {
-    std::vector<float> left(kBlockFrames), right = left;
-    float* outputs[] = {left.data(), right.data()};
     std::mt19937 random(1);
     const auto pick = [&](int count) { return static_cast<int>(random() % unsigned(count)); };
-    const auto send = [&](int frame, int status, int data1, int data2) {
-        const std::array<std::uint8_t, 3> message = {static_cast<std::uint8_t>(status),
-                                                     static_cast<std::uint8_t>(data1),
-                                                     static_cast<std::uint8_t>(data2)};
-        host.AddMidi(frame, message);
-    };
     CCallCounter::Forget();
     for (int block = 0; block < blocks; ++block) {
         vst::HostTransport transport;
@@ -78,12 +87,11 @@ void PlayDenseEvents(vst::CVstHost& host, int blocks)
         for (int i = 0; i < 40; ++i) {
             frame = std::min(frame + pick(24), kBlockFrames - 1);
             constexpr int kStatuses[] = {0x90, 0x90, 0x80, 0xB0, 0xB0, 0xE0, 0xA0, 0xC0, 0xD0};
-            send(frame, kStatuses[pick(9)] | pick(16), pick(128), pick(128));
+            Send(host, frame, kStatuses[pick(9)] | pick(16), pick(128), pick(128));
         }
         if (block % 64 == 63)
-            send(frame, 0xB0, 123, 0);
-        const CCallCounter watch;
-        host.Render(outputs, kBlockFrames);
+            Send(host, frame, 0xB0, 123, 0);
+        RenderWatched(host);
     }
     EXPECT_EQ(CCallCounter::Calls(), 0) << CCallCounter::FirstCalled();
 }
@@ -129,14 +137,13 @@ TEST(Realtime, NoPageOfMemoryIsMissingWhileTheTapesFill)
     const auto warmUp = MakeHost(); // all code, and every place that instances share
     const auto fresh = MakeHost();
     for (vst::CVstHost* host : {warmUp.get(), fresh.get()}) {
-        host->SetParameter(31, 1.0f); // delay
-        host->SetParameter(39, 1.0f); // chorus
-        CWatchedPlayer player(*host);
-        player.Midi(0, 0x90, 60, 100);
-        player.Render();
+        host->SetParameter(kDelayOn, 1.0f);
+        host->SetParameter(kChorusOn, 1.0f);
+        Send(*host, 0, 0x90, 60, 100);
+        RenderWatched(*host);
         const long before = missing();
         for (int block = 0; block < static_cast<int>(3.0 * kRate) / kBlockFrames; ++block)
-            player.Render();
+            RenderWatched(*host);
         // Two tapes of two seconds, and three short ones, are 570 pages.
         if (host == fresh.get()) {
             EXPECT_LT(missing() - before, 10);
