@@ -3,8 +3,9 @@
 namespace keldra {
 
 /// What the engine and the editor ask of the host. Each host binding implements it; nobody owns a
-/// wrapper through this interface. Calls reach the host at once, on the calling thread, and are
-/// made with nothing held: the host may call back into the plug-in.
+/// wrapper through this interface. Calls reach the host at once, on the calling thread, unless the
+/// host can't take them there (CVSTWrapper), and are made with nothing held: the host may call back
+/// into the plug-in.
 class CPluginWrapper {
 public:
     /// Tells the host that a parameter changed from the plug-in's side. Editor thread, or the

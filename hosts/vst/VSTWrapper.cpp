@@ -57,7 +57,7 @@ std::unique_ptr<CVSTWrapper> CVSTWrapper::Create(audioMasterCallback host)
     wrapper->getHostVendorString(vendor.data());
     wrapper->getHostProductString(product.data());
     definition.SetHostNames(TextIn(vendor), TextIn(product));
-    wrapper->hostTakesEdits_ = TextIn(product) != "Ardour";
+    wrapper->hostTakesEditsInBlocks_ = TextIn(product) == "Ardour";
     wrapper->hostRepeatsStates_ = TextIn(product) == "Qtractor";
     if (!definition.CanCreateInstance())
         return nullptr;
@@ -146,7 +146,11 @@ void CVSTWrapper::RunBlock(float** inputs, float** outputs, VstInt32 frames,
         renderer_->MoveEventsToStart();
         return;
     }
-    const SongTime time = AskHostForTime(); // before the engine is taken: the host may call back
+    // Before the engine is taken: the host may call back.
+    edits_.Tell([this](int index) { beginEdit(index); },
+                [this](int index, float value) { TellValue(index, value); },
+                [this](int index) { endEdit(index); });
+    const SongTime time = AskHostForTime();
 
     const CProcessingOperation operation(*renderer_);
     if (operation.MayRun()) {
@@ -296,7 +300,7 @@ VstInt32 CVSTWrapper::setChunk(void* data, VstInt32 byteSize, bool)
     if (!accepted)
         return 0;
     for (int index = 0; index < CPluginInstance::Get().hostParameterCount; ++index)
-        AutomateParameter(index, renderer_->GetParameter(index));
+        TellValue(index, renderer_->GetParameter(index));
     if (editor != nullptr)
         renderer_->Feedback().MarkProgram();
     return size;
@@ -352,21 +356,38 @@ VstInt32 CVSTWrapper::canDo(char* text)
 
 // --- To the host ---
 
+void CVSTWrapper::TellValue(int index, float value)
+{
+    CallHost(audioMasterAutomate, index, 0, nullptr, value);
+}
+
 void CVSTWrapper::AutomateParameter(int index, float value)
 {
-    if (IsReported(index))
-        CallHost(audioMasterAutomate, index, 0, nullptr, value);
+    if (!IsReported(index))
+        return;
+    if (hostTakesEditsInBlocks_)
+        edits_.Change(index, value);
+    else
+        TellValue(index, value);
 }
 
 void CVSTWrapper::BeginEdit(int index)
 {
-    if (hostTakesEdits_ && IsReported(index))
+    if (!IsReported(index))
+        return;
+    if (hostTakesEditsInBlocks_)
+        edits_.Begin(index);
+    else
         beginEdit(index);
 }
 
 void CVSTWrapper::EndEdit(int index)
 {
-    if (hostTakesEdits_ && IsReported(index))
+    if (!IsReported(index))
+        return;
+    if (hostTakesEditsInBlocks_)
+        edits_.End(index);
+    else
         endEdit(index);
 }
 

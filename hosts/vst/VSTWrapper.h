@@ -10,6 +10,7 @@
 #include "frame/PluginRenderer.h"
 #include "frame/PluginWrapper.h"
 #include "hosts/vst/AudioEffectX.h"
+#include "hosts/vst/EditReports.h"
 
 namespace keldra::vst {
 
@@ -76,15 +77,17 @@ private:
     void MakeRendererAndEditor();
     void RunBlock(float** inputs, float** outputs, VstInt32 frames, CPluginRenderer::EMode mode);
     SongTime AskHostForTime();
+    void TellValue(int index, float value);
     /// That the host is one that repeats a state value by value, and `value` is the first that is
     /// new for its parameter since then and says the same less well.
     bool IsPoorCopyOfState(int index, float value);
     [[nodiscard]] bool IsReported(int index) const { return index >= 0 && index < numParams; }
 
-    /// Ardour 7 crashes when an edit begins while a song rolls and automation is written by touch:
-    /// the thread of its plug-in windows lacks the tempo map that it looks up then. So it isn't
-    /// told.
-    bool hostTakesEdits_ = true;
+    /// Ardour 7 crashes when an edit begins while a song rolls, or a value comes while it stands,
+    /// and automation is written: threads of plug-ins lack the tempo map that it looks up then. The
+    /// processing thread has one, so it tells.
+    bool hostTakesEditsInBlocks_ = false;
+    CEditReports edits_;
     bool hostRepeatsStates_ = false; ///< see IsPoorCopyOfState
     std::unique_ptr<CPluginRenderer> renderer_;
     std::unique_ptr<std::byte[]> chunk_; ///< what the host was handed last

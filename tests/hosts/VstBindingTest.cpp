@@ -423,8 +423,41 @@ TEST_F(VstBinding, TellsTheHostOfEditsWithinItsRange)
     EXPECT_EQ(edit({-1, 0, 155, 156, 157}),
               (Lines{"host 43 0 0", "automate 0 128", "host 44 0 0", "host 43 155 0",
                      "automate 155 128", "host 44 155 0"}));
+}
+
+TEST_F(VstBinding, TellsArdourOfEditsWithItsBlocks)
+{
     host_.product = "Ardour";
-    EXPECT_EQ(edit({0}), Lines{"automate 0 128"}) << "it would crash";
+    Load();
+    CPluginWrapper& wrapper = *CFakeRenderer::newest.load()->HostWrapper();
+    const auto toldInBlock = [&] {
+        EXPECT_EQ(journal.Take(), Lines{}) << "on a thread that it would crash on";
+        host_.Process(8);
+        Lines told = journal.Take();
+        std::erase_if(told, [](const std::string& line) {
+            return !line.starts_with("host 4") && !line.starts_with("automate");
+        });
+        return told;
+    };
+    wrapper.BeginEdit(18);
+    wrapper.AutomateParameter(18, 0.25f);
+    wrapper.AutomateParameter(18, 0.5f);
+    wrapper.AutomateParameter(156, 0.5f);
+    wrapper.BeginEdit(156);
+    EXPECT_EQ(toldInBlock(), (Lines{"host 43 18 0", "automate 18 128"}));
+    EXPECT_EQ(toldInBlock(), Lines{}) << "held";
+    wrapper.EndEdit(18);
+    wrapper.BeginEdit(18);
+    EXPECT_EQ(toldInBlock(), (Lines{"host 44 18 0", "host 43 18 0"})) << "let go for a moment";
+    wrapper.AutomateParameter(18, 0.0f);
+    wrapper.EndEdit(18);
+    EXPECT_EQ(toldInBlock(), (Lines{"automate 18 0", "host 44 18 0"}));
+    wrapper.BeginEdit(0);
+    wrapper.AutomateParameter(0, 0.5f);
+    wrapper.EndEdit(0);
+    EXPECT_EQ(toldInBlock(), (Lines{"host 43 0 0", "automate 0 128"})) << "a wheel's notch";
+    EXPECT_EQ(toldInBlock(), Lines{"host 44 0 0"});
+    EXPECT_EQ(toldInBlock(), Lines{});
 }
 
 // --- Editor ---
