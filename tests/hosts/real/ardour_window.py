@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """ardour_window.py MODULE FOLDER PREVIEW: our module in Ardour's windows: two editors at once, compared
-with what PREVIEW (keldra_skin_preview) paints; the space bar; a knob whose turning is written as
-automation, saved and heard in a new Ardour; an editor opened twenty times; a track removed while its
-editor is open. FOLDER is replaced; it keeps the session, WAVs, pictures and logs. Ends with 77 where a
+with what PREVIEW (keldra_skin_preview) paints; the space bar; an editor opened twenty times; a track
+removed while its editor is open; a knob whose turning is written as automation in "Write", "Touch" and
+"Latch", saved and heard in a new Ardour. FOLDER is replaced; it keeps the session, WAVs, pictures and logs. Ends with 77 where a
 program is missing."""
 import pathlib
 import re
@@ -16,7 +16,10 @@ from stage import (CUTOFF_KNOB, RESONANCE, RESONANCE_KNOB, Stage, cutoff_in, nee
                    without_cutoff)
 
 EDITOR = "by Tallowen"
+OUTPUTS = "ardour:Master/audio_out 1", "ardour:Master/audio_out 2"
 CUTOFF_AUTOMATION = 683, 123 # a button in the window with Ardour's own controls
+TICKS_A_SECOND = 2 * 1920 # at 120 beats a minute
+MODES = "Manual", "Play", "Write", "Touch", "Latch"
 
 CONFIG = """<?xml version="1.0" encoding="UTF-8"?>
 <Ardour><Config>
@@ -35,10 +38,12 @@ class Ardour:
         self.rows = [208, 200, 216, 192, 224, 232]
         self.process = stage.start(name, "ardour", "-n", "-a", session)
         self.main = stage.window("song - Ardour")
-        stage.wait("Ardour's ports", lambda: "ardour:Master/audio_out 1" in stage.ports())
+        stage.wait("Ardour's ports", lambda: OUTPUTS[0] in stage.ports())
         time.sleep(2.0)
         if name == "first": # later it remembers
             self.stage.key(self.main, "alt+m") # from the editor to the mixer
+        elif question := stage.windows("Discover VST"): # asked over the strips
+            self.stage.key(question[-1], "Escape") # no: the one there is has been scanned
 
     def editors(self):
         return self.stage.windows(EDITOR)
@@ -54,9 +59,7 @@ class Ardour:
                 if opened := set(self.editors()) - before:
                     self.rows = [y]
                     window = opened.pop() # which Ardour keeps above its strips
-                    self.stage.ask("xdotool", "windowmove", "--sync", window, 730, 30 + 300 * strip,
-                                   "mousemove", 5, 5) # away, or a hint is shown over it
-                    time.sleep(0.5)
+                    self.stage.ask("xdotool", "windowmove", "--sync", window, 730, 30 + 300 * strip)
                     return window
         self.stage.picture("root", "no-editor")
         sys.exit("FAILED  Ardour opens no editor")
@@ -65,50 +68,55 @@ class Ardour:
         self.stage.key(window, "alt+F4")
         self.stage.wait("closed editor", lambda: window not in self.editors(), 10)
 
-    def choose(self, *keys):
-        """From the menu of what is under the pointer."""
-        time.sleep(1.0)
-        self.stage.ask("xdotool", "key", "--delay", 100, *keys, "Return")
-
-    def write_automation(self, strip):
+    def set_automation(self, strip, mode):
         """Of the cutoff. Set here, as Ardour turns "Write" off in a session that it loads. After an
         editor has been opened there."""
-        self.stage.ask("xdotool", "windowactivate", "--sync", self.main, "mousemove", "--window",
-                       self.main, 319 + 110 * strip, self.rows[0], "click", 3)
-        self.choose("Home", "Down", "Down") # "Edit with generic controls..."
-        window = self.stage.wait("Ardour's controls", self.editors, 10)[-1]
+        before = set(self.editors())
+        self.stage.choose(self.main, 319 + 110 * strip, self.rows[0],
+                          "Home", "Down", "Down") # "Edit with generic controls..."
+        window = self.stage.wait("Ardour's controls", lambda: set(self.editors()) - before, 10).pop()
         time.sleep(1.0)
-        self.stage.click(window, *CUTOFF_AUTOMATION)
-        self.choose("Home", "Down", "Down") # after "Manual" and "Play"
+        self.stage.choose(window, *CUTOFF_AUTOMATION, "Home", *["Down"] * MODES.index(mode), button=1)
         time.sleep(1.0)
         self.close_editor(window)
 
     def remove_track(self, strip):
         """By the menu of its name, above the processors."""
-        self.stage.ask("xdotool", "windowactivate", "--sync", self.main, "mousemove", "--window",
-                       self.main, 325 + 110 * strip, 140, "click", 3)
-        self.choose("End")
+        self.stage.choose(self.main, 325 + 110 * strip, 140, "End")
         self.stage.key(self.stage.window("Remove track"), "Tab", "Return")
 
     def line(self):
-        """@return the cutoff's values on the first line of automation for it in the saved session"""
+        """@return (seconds, value) of the points of the first line of automation for a cutoff"""
         text = (self.session / "song.ardour").read_text()
         events = re.search(r'automation-id="parameter-18"[^>]*>\s*<events>([^<]*)<', text)
-        return [float(line.split()[1]) for line in events.group(1).splitlines()] if events else []
+        points = [line.split() for line in events.group(1).splitlines()] if events else []
+        return [(int(time[1:]) / TICKS_A_SECOND, float(value)) for time, value in points]
 
     def save(self):
         file = self.session / "song.ardour"
         self.stage.saved(file, lambda: self.stage.key(self.main, "ctrl+s"))
         return chunks(self.session)
 
-    def play(self, wav, window, **what):
-        """From the start, by Home and the space bar in this window."""
+    def rewind(self, panel=None, top=0):
+        """To the start. The keyboard is then Ardour's, or that panel's."""
         self.stage.key(self.main, "Home")
-        recording = self.stage.record(
-            wav, 6, "ardour:Master/audio_out 1", "ardour:Master/audio_out 2",
-            start=lambda: self.stage.key(window, "space"), **what)
-        self.stage.key(window, "space")
+        if panel:
+            self.stage.touch_panel(panel, top)
+
+    def play(self, wav, **what):
+        """From where it stands, by the space bar."""
+        recording = self.stage.record(wav, 6, *OUTPUTS, start=self.stage.space, **what)
+        self.stage.space()
         return recording
+
+
+def crossings(values):
+    """How often they go through the middle of what is turned here."""
+    return sum((a > 0.65) != (b > 0.65) for a, b in zip(values, values[1:]))
+
+
+def value_at(line, seconds):
+    return next((value for time, value in reversed(line) if time <= seconds), 1.0)
 
 
 def main():
@@ -130,20 +138,26 @@ def main():
     with Stage(folder, env) as stage:
         ardour = Ardour(stage, session, "first")
         ardour.close_editor(ardour.open_editor(0))
-        ardour.write_automation(0)
-        editors = [ardour.open_editor(strip) for strip in (0, 1)]
-        for number, window in enumerate(editors):
-            stage.ask("xdotool", "windowactivate", "--sync", window)
-            time.sleep(0.5)
-            shown = stage.picture(window, f"editor {number + 1}")
-            found.expect_panel(shown, panel, f"editor {number + 1} of two")
+        ardour.set_automation(0, "Write")
+        editors = []
+        for strip in (0, 1):
+            editors.append(ardour.open_editor(strip))
+            shown, look = stage.opened(editors[-1], f"editor {strip + 1}", panel)
+            found.expect_panel(shown, panel, f"editor {strip + 1} of two, at look {look}")
+        stage.picture("root", "two editors")
         ardour.close_editor(editors[1])
 
-        # The clip begins at the start. The knob is turned in the silence between its notes.
+        # The clip begins at the start. The knob is turned in the silence between its notes, in the first
+        # song that is played: Ardour makes "Touch" of "Write" when it stops.
         top = shown.top(panel)
-        stage.click(editors[0], 430, top + 20) # the panel's plain upper edge
-        recording = ardour.play(folder / "first.wav", editors[0], after=1.4, do=lambda: (
-            stage.drag_down(editors[0], CUTOFF_KNOB[0], top + CUTOFF_KNOB[1], steps=14)))
+        turn = lambda pixels: stage.drag_down(editors[0], CUTOFF_KNOB[0], top + CUTOFF_KNOB[1],
+                                              steps=14, pixels=pixels)
+        turn(20)
+        turn(-20)
+        time.sleep(1.0)
+        found.expect(ardour.process.poll() is None, "a knob is turned while the song stands")
+        ardour.rewind(editors[0], top)
+        recording = ardour.play(folder / "first.wav", after=1.4, do=lambda: turn(20))
         found.expect_clip(recording, "after space on the panel", recording.onset())
         found.expect_filter_closes(recording, "by the knob")
         saved = ardour.save()
@@ -152,39 +166,81 @@ def main():
                      f"one instance has {cutoffs[0]:.3f}, the other is untouched")
         found.expect([*map(without_cutoff, saved)] == [*map(without_cutoff, before)],
                      "nothing else has changed")
-        line = ardour.line()
+        line = [value for _, value in ardour.line()]
         found.expect(len(line) > 10 and line == sorted(line, reverse=True) and
                      line[0] == 1.0 and abs(line[-1] - cutoffs[0]) < 1e-6,
                      f"what was turned is in the session, {len(line)} points, {line[0]} to {line[-1]}")
-        recording = ardour.play(folder / "written.wav", ardour.main)
+        ardour.rewind()
+        recording = ardour.play(folder / "written.wav")
         found.expect_filter_closes(recording, "played again, by what was written")
+
+        ardour.rewind(editors[0], top)
+        found.expect_stopped(stage.start_and_stop(folder / "stopped.wav", *OUTPUTS, before_stop=0.6),
+                             "space on the panel starts and stops")
 
         # The panel names the parameter that was turned last; so it is compared with itself.
         stage.ask("xdotool", "windowactivate", "--sync", editors[0], "mousemove", 5, 5)
         time.sleep(0.5)
-        before_closing = stage.picture(editors[0], "before closing")
+        before_closing, most = stage.picture(editors[0], "before closing"), 1
         for _ in range(20):
             ardour.close_editor(editors[0])
             editors[0] = ardour.open_editor(0)
-        likeness = stage.picture(editors[0], "opened again").same(before_closing, 0)
-        found.expect(likeness == 1.0,
-                     f"opened twenty times more: {100 * likeness:.2f} % as before closing")
+            shown, look = stage.opened(editors[0], "opened again", before_closing)
+            most = max(most, look)
+        likeness = shown.same(before_closing, 0)
+        found.expect(likeness == 1.0, f"opened twenty times more, at look {most} at the latest: "
+                                      f"{100 * likeness:.2f} % as before closing")
 
         editors[1] = ardour.open_editor(1)
         ardour.remove_track(1)
         stage.wait("window gone", lambda: ardour.editors() == editors[:1], 10)
-        recording = ardour.play(folder / "removed.wav", editors[0])
+        stage.picture("root", "removed")
+        ardour.rewind()
+        recording = ardour.play(folder / "removed.wav")
         found.expect_clip(recording, "other track removed with its editor", recording.onset())
         stage.drag_down(editors[0], RESONANCE_KNOB[0], top + RESONANCE_KNOB[1], 2, pixels=-20)
         saved = ardour.save()
         resonance = value_in(saved[0], RESONANCE)
         found.expect(len(saved) == 1 and abs(resonance - 0.1) < 0.02,
                      f"and the editor that is left turns knobs, to {resonance:.3f}")
+
+        def play_by_hand(mode, after, pixels):
+            """Turns the cutoff while its line plays. @return what is heard"""
+            ardour.close_editor(editors[0])
+            ardour.set_automation(0, mode)
+            editors[0] = ardour.open_editor(0)
+            ardour.rewind()
+            recording = ardour.play(folder / f"{mode}{pixels}.wav", after=after,
+                                    do=lambda: turn(pixels))
+            ardour.save()
+            return recording
+
+        play_by_hand("Touch", 0.2, 20) # the line falls in the silence after the first note
+        line = [value for _, value in ardour.line()]
+        found.expect(line[0] > 0.95 and crossings(line) == 3 and line[-1] < 0.35,
+                     f'"Touch" writes the knob while it is held, {len(line)} points that cross the '
+                     f"middle {crossings(line)} times, and ends as before, at {line[-1]:.2f}")
+        play_by_hand("Latch", 0.2, -20)
+        late = value_at(ardour.line(), 4.0)
+        found.expect(late > 0.95, f'"Latch" writes on when it is let go, up to {late:.2f}')
+        recording = play_by_hand("Latch", 1.4, 20)
+        late = value_at(ardour.line(), 4.0)
+        found.expect(late < 0.35, f"and down to {late:.2f}")
+        found.expect_filter_closes(recording, 'turned in "Latch"')
+        ardour.close_editor(editors[0])
+        ardour.set_automation(0, "Play")
+        saved = ardour.save()
         found.expect(ardour.process.poll() is None, "Ardour goes on")
 
     with Stage(folder, env) as stage:
         ardour = Ardour(stage, session, "second")
-        recording = ardour.play(folder / "second.wav", ardour.main)
+        panel = painted(preview, module, saved[0], folder)
+        window = ardour.open_editor(0)
+        shown, look = stage.opened(window, "reloaded", panel)
+        found.expect_panel(shown, panel, f"the panel in a new Ardour, at look {look}")
+        ardour.close_editor(window)
+        ardour.rewind()
+        recording = ardour.play(folder / "second.wav")
         found.expect_clip(recording, "reloaded", recording.onset())
         found.expect_filter_closes(recording, "reloaded, by what was written")
         again, = ardour.save() # the cutoff follows its line
