@@ -76,30 +76,6 @@ public:
 
 } // namespace
 
-TEST(EngineThread, FollowsAtOnceWhileProcessingIsOffAndBeforeTheNextBlockWhileItIsOn)
-{
-    CFollower renderer;
-    renderer.SetParameter(3, 0.5f);
-    EXPECT_EQ(renderer.applied[3], 0.5f);
-
-    renderer.SwitchProcessing(true);
-    renderer.SetParameter(3, 0.75f);
-    EXPECT_EQ(renderer.GetParameter(3), 0.75f) << "reads back at once";
-    EXPECT_EQ(renderer.applied[3], 0.5f) << "the engine belongs to the processing thread";
-    renderer.Process();
-    EXPECT_EQ(renderer.applied[3], 0.75f);
-
-    renderer.SetParameter(3, 0.25f);
-    renderer.SwitchProcessing(false);
-    EXPECT_EQ(renderer.applied[3], 0.25f) << "nothing stays behind";
-    renderer.SetParameter(3, 1.0f);
-    EXPECT_EQ(renderer.applied[3], 1.0f);
-
-    renderer.Process(); // a host that never said that it would
-    renderer.SetParameter(3, 0.0f);
-    EXPECT_EQ(renderer.applied[3], 1.0f);
-}
-
 TEST(EngineThread, FollowsTheStoredValuesWhenMoreIsChangedThanTheQueueHolds)
 {
     CFollower renderer;

@@ -1,11 +1,8 @@
 #include "presets/PresetList.h"
 
-#include <algorithm>
 #include <chrono>
 #include <filesystem>
-#include <fstream>
 #include <gtest/gtest.h>
-#include <random>
 
 #include "presets/LibraryFolder.h"
 #include "tests/presets/PresetRig.h"
@@ -162,86 +159,6 @@ TEST(PresetList, SeesWhatChangedOnTheDisk)
     const CProcessingOperation operation(*rig.renderer);
     EXPECT_TRUE(presets.SelectProgramFromMemory(2));
     EXPECT_EQ(rig.renderer->Values(0, 80), std::set<float>{0.42f});
-}
-
-/// Others sort the folders meanwhile, a stick is pulled out, a network is gone: what is listed may
-/// be old, but it is whole, and what was loaded is what one file held.
-TEST(PresetList, LivesWithALibraryThatChangesWhileItIsUsed)
-{
-    namespace fs = std::filesystem;
-    CPresetRig rig;
-    CPresetList& presets = rig.Presets();
-    std::minstd_rand random(1);
-    const auto upTo = [&](int most) {
-        return static_cast<int>(random() % static_cast<unsigned>(most + 1));
-    };
-    const std::string library = presets.LibraryFolder();
-    const auto somewhere = [&](int depth) {
-        constexpr const char* kBanks[] = {"/Basses", "/leads", "/Xtra", "/New"};
-        constexpr const char* kPrograms[] = {"/Bass 9.keldra", "/Soft.keldra", "/Deep.fxp"};
-        return library + (depth > 0 ? kBanks[upTo(3)] : "") + (depth > 1 ? kPrograms[upTo(2)] : "");
-    };
-    const auto change = [&] {
-        const int dice = upTo(99);
-        const std::string path = somewhere(dice < 1 ? 0 : dice < 10 ? 1 : 2);
-        const int how = upTo(7);
-        std::error_code error; // most of it may be impossible just now
-        if (how < 3)
-            fs::remove_all(path, error);
-        if (how == 1) // a folder where a file was
-            fs::create_directories(path, error);
-        if (how == 3)
-            return fs::rename(path, somewhere(1 + upTo(1)), error);
-        fs::create_directories(fs::path(path).parent_path(), error);
-        const std::string whole = Block(static_cast<float>(upTo(99)) / 100.0f);
-        if (how != 1)
-            std::ofstream(path, std::ios::binary) << (how == 2 ? whole.substr(0, 16) : whole);
-    };
-    rig.renderer->SetChunk(Block(0.5f).data(), kStateSize);
-    int loads = 0;
-    for (int round = 0; round < 2000 && !HasFailure(); ++round) {
-        SCOPED_TRACE(round);
-        for (int i = upTo(4); i > 0; --i)
-            change();
-        switch (upTo(5)) {
-        case 0:
-            presets.ScanBanks();
-            break;
-        case 1:
-            presets.SelectBank(upTo(5) - 1);
-            presets.SelectProgram(upTo(5) - 1);
-            break;
-        case 2: {
-            const CProcessingOperation operation(*rig.renderer);
-            presets.SelectBankFromMemory(upTo(4));
-            presets.SelectProgramFromMemory(upTo(4));
-            break;
-        }
-        case 3: {
-            const bool saved = presets.SaveProgram(somewhere(2));
-            EXPECT_TRUE(!saved || Slurp(presets.CurrentPath()).size() == kStateSize);
-            break;
-        }
-        default: {
-            const std::string path = presets.CurrentPath();
-            const std::string content = fs::is_regular_file(path) ? Slurp(path) : "";
-            if (!presets.LoadProgram(path))
-                break;
-            ++loads;
-            EXPECT_EQ(ReadStateBlock(std::as_bytes(std::span(content))).values[0],
-                      *rig.renderer->Values().begin());
-        }
-        }
-        EXPECT_EQ(rig.renderer->Values().size(), 1u) << "a mixture";
-        const CPresetList::Lists lists = presets.GetLists();
-        EXPECT_LT(lists.bank, std::ssize(lists.banks));
-        EXPECT_LT(lists.program, std::ssize(lists.programs));
-    }
-    EXPECT_GT(loads, 50);
-    fs::remove_all(library);
-    rig.folder.Write("Library/Basses/Bass 9.keldra", Block(0.09f));
-    presets.ScanBanks();
-    EXPECT_EQ(presets.GetLists().banks, Names{"Basses"});
 }
 
 // One that MIDI couldn't reach isn't in memory; it has to get there when those before it are gone,

@@ -135,8 +135,11 @@ TEST(PresetThread, MidiAndEditorChooseAtTheSameTime)
         presets.LoadProgram(presets.CurrentPath());
         presets.NextProgram();
         presets.LoadProgram(presets.CurrentPath());
-        presets.LoadProgram(rig.folder.Path("Library/Bank 1/12.keldra"));
-        rig.WriteProgram(round % 16);
+        const std::string listed = rig.folder.Path("Library/Bank 1/12.keldra");
+        std::filesystem::remove(listed);
+        EXPECT_FALSE(presets.LoadProgram(listed)) << "gone meanwhile";
+        rig.WriteProgram(12);
+        EXPECT_TRUE(presets.LoadProgram(listed));
         presets.ScanBanks();
         EXPECT_EQ(presets.GetLists().banks.size(), 2u);
         EXPECT_LE(presets.GetCurrent().programName.size(), 2u);
