@@ -17,8 +17,8 @@
 //
 // The sums need no result of the frame before and run side by side in vectors; what remains of the
 // recursion is four multiplications a frame. The last y of a frame follows from its second delay:
-// s2 = g x[7] - a2 y[7]. Compared with the plain loop in
-// DecimationFilter.AgreesWithTheSampleBySampleLoop.
+// s2 = g x[7] - a2 y[7].
+// Test: SynthTest.cpp, which compares the whole road with the plain loop.
 
 namespace keldra {
 

@@ -6,7 +6,7 @@
 //     a b c d  a b c d  a b c d  a b c d  a b c d  a b c d  e e e e e e
 //
 // so a voice starts at its place in this row and then jumps by 4 or by 1.
-// Test: VoiceNoise in tests/voice/KernelTest.cpp.
+// Test: KernelTest.cpp.
 
 #include "voice/VoiceRender.h"
 
