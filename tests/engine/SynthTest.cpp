@@ -219,6 +219,45 @@ TEST(Synth, ComesBackFromWhateverWasStored)
     }
 }
 
+TEST(Synth, KeepsTheWholeProgramInItsState)
+{
+    CSynthRig rig;
+    for (int index = 0; index < kParameterCount; ++index)
+        rig.synth.SetParameter(index, static_cast<float>(index) / 155.0f);
+    rig.synth.SetProgramName("Bright.old");
+    std::array<std::byte, kStateSize> block;
+    EXPECT_EQ(rig.synth.GetChunk(block.data()), 692);
+    struct Case {
+        const char* what;
+        int size;
+        bool accepted;
+        const char* name;
+    };
+    constexpr Case kCases[] = {{"whole", 692, true, "Bright.old"},
+                               {"all values, no name", 631, true, "<noname>"},
+                               {"the last value cut off", 627, false, "<noname>"},
+                               {"nothing", 0, false, "<noname>"}};
+    for (const auto& [what, size, accepted, name] : kCases) {
+        CSynthRig other;
+        other.synth.SetParameter(kGain, 0.9f);
+        other.synth.SetParameter(kFirstControllerLink + 9, 74.0f);
+        const std::vector<std::byte> part(block.begin(), block.begin() + size);
+        EXPECT_EQ(other.synth.SetChunk(part.data(), size), accepted) << what;
+        std::array<char, 64> text;
+        other.synth.GetProgramName(text);
+        EXPECT_STREQ(text.data(), name) << what;
+        for (int index = 0; index < kHostParameterCount; ++index)
+            EXPECT_EQ(other.synth.GetParameter(index),
+                      size > 0 ? rig.synth.GetParameter(index) : TableDefault(index))
+                << what << index;
+        EXPECT_EQ(other.synth.GetLink(9), size > 0 ? rig.synth.GetLink(9) : 74) << what;
+    }
+    block[0] = std::byte{0}; // of another kind: the defaults, but the links stay
+    EXPECT_FALSE(rig.synth.SetChunk(block.data(), 692));
+    EXPECT_EQ(rig.synth.GetParameter(kPolyphony), 15.0f);
+    EXPECT_EQ(rig.synth.GetParameter(kLastControllerLink), 154.0f / 155.0f);
+}
+
 TEST(Synth, DrivesLinkedParametersFromControllers)
 {
     CSynthRig rig;
