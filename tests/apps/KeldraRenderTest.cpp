@@ -277,7 +277,7 @@ TEST_F(KeldraRender, TakesSoundsFromFilesThenFromTheCommandLine)
     std::filesystem::copy_file(KELDRA_TEST_INSTRUMENT, module);
     folder_.Write("plug/Banks/Leads/Glass.keldra", std::string(692, 'g'));
     folder_.Write("plain", std::string(692, 'p'));
-    folder_.Write("sub/beside.fxp", Fxp("Sine", "beside"));
+    folder_.Write("sub/be#side.fxp", Fxp("Sine", "beside"));
     folder_.Write("sub/two.sounds", "# A comment, then a channel that isn't played\n"
                                     "channel 9\r\n"
                                     "Level = 0.1\n"
@@ -287,7 +287,7 @@ TEST_F(KeldraRender, TakesSoundsFromFilesThenFromTheCommandLine)
                                     "1 = 1\n"
                                     "program = Leads/Glass\n"
                                     "channel 3\n"
-                                    "program = beside.fxp\n"
+                                    "program = be#side.fxp\n"
                                     "Level = 1");
     folder_.Write("song.mid", MidiFile(480, {Track(kNote), Track(Hex("00 924564 8740 824500"))}));
     const auto sounds = [this](int instance) {

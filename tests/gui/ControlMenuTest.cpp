@@ -124,6 +124,12 @@ TEST_F(ControlMenu, ScrollsByWheelThumbAndKeys)
     EXPECT_TRUE(window_.Key(kKeyDown));
     EXPECT_TRUE(window_.Key(kKeyEnter));
     EXPECT_EQ(port_.TakeLog(), "P5 C5=33 R5");
+    control_.SetValue(26.0f); // in the last row: one more scrolls by one
+    Click({201, 251});
+    window_.Key(kKeyDown);
+    window_.Key(kKeyDown);
+    ClickRow(0);
+    EXPECT_EQ(port_.TakeLog(), "P5 C5=1 R5");
     Click({201, 251});
     window_.Key(kKeyEscape);
     EXPECT_FALSE(control_.IsPopupOpen());

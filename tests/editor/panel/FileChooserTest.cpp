@@ -9,6 +9,7 @@
 #include "gui/ControlList.h"
 #include "platform/UiThread.h"
 #include "tests/gui/TestPort.h"
+#include "tests/platform/Environment.h"
 #include "tests/platform/TemporaryFolder.h"
 
 namespace keldra {
@@ -36,6 +37,7 @@ protected:
         for (const char* file : {"Bass/Deep.fxp", "Pad 10/a.fxp", "Pad 9/b.fxp", "lead 2.fxp",
                                  "Lead 10.fxp", "Lead 1.FXP", "notes.txt", "own.keldra"})
             folder_.Write(file, "");
+        environment_.Set("HOME", folder_.Path());
         port_.Show();
     }
 
@@ -90,6 +92,7 @@ protected:
     static CHeadlessWindow& Window() { return *CHeadlessWindow::Newest(); }
 
     test::CTemporaryFolder folder_;
+    test::CEnvironment environment_;
     CHostCalls later_;
     CTestPort port_{{500, 600}};
     std::unique_ptr<CFileDialog> dialog_;
@@ -124,8 +127,8 @@ TEST_F(FileChooser, AnswersToTheKeyboard)
         {EKind::Open, "lead 2", "\n", EState::Chosen, "lead 2.fxp"},
         {EKind::Open, "", "\v\n\v\n", EState::Chosen, "Bass/Deep.fxp"},       // into the folder
         {EKind::Open, "", "Bass\n\b\v\n\v\n", EState::Chosen, "Pad 9/b.fxp"}, // and out of it
-        {EKind::Open, "", "Pad 9/b\n", EState::Chosen, "Pad 9/b.fxp"},
         {EKind::Open, "", away.c_str(), EState::Chosen, "Pad 9/b.fxp"},
+        {EKind::Open, "", "~/Pad 9/b\n", EState::Chosen, "Pad 9/b.fxp"},
         {EKind::Open, "", "../nowhere/b.fxp\n", EState::Open, ""},
         {EKind::Open, "", "nothing\n\n", EState::Open, ""},
         {EKind::Open, "", "\n", EState::Open, ""},
@@ -133,6 +136,7 @@ TEST_F(FileChooser, AnswersToTheKeyboard)
         {EKind::Save, "Init", "\n", EState::Chosen, "Init"},
         {EKind::Save, "Init", "x y\n", EState::Chosen, "x y"},                // typing replaces it
         {EKind::Save, "Init", "\v\n\v\b\n\tIt\n", EState::Chosen, "Bass/It"}, // in, out, in again
+        {EKind::Save, "Init", "\v\t\n", EState::Chosen, "Init"}, // a folder's name isn't taken
         {EKind::Save, "Init", "no/where\n", EState::Open, ""},
         {EKind::Save, "Init", "lead 2.fxp\n", EState::Open, ""}, // asks
         {EKind::Save, "Init", "lead 2.fxp\n\n", EState::Chosen, "lead 2.fxp"},
