@@ -140,6 +140,7 @@ TEST(PresetThread, MidiAndEditorChooseAtTheSameTime)
         EXPECT_FALSE(presets.LoadProgram(listed)) << "gone meanwhile";
         rig.WriteProgram(12);
         EXPECT_TRUE(presets.LoadProgram(listed));
+        rig.WriteProgram(round % 16); // so that banks come and go
         presets.ScanBanks();
         EXPECT_EQ(presets.GetLists().banks.size(), 2u);
         EXPECT_LE(presets.GetCurrent().programName.size(), 2u);
