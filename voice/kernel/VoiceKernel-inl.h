@@ -31,10 +31,13 @@
 //   t / (1 + n^2), n the smaller of t and 0, without a decision.
 // - All that leaves the ladder is scaled by 1 - d, d the rate of its slow mean m. Less the mean
 //   that has followed already, o - (m + d (o - m)), is then a plain o - m.
-// - A gain follows its target by g += s (target - g). What it rises by goes on by itself,
-//   rise = (1 - s) rise + s step of the target, so that the loop needs no targets.
+// - A gain follows its target by g += s (target - g). The target moves on a straight line. What the
+//   gain rises by is then the target's step, but for an excess that dies away by 1 - s a sample, in
+//   all voices alike: g += step + excess (1 - s)^i. (The gain is added up like this, and not had
+//   from a formula, to be rounded as the plain form rounds it: 512 small steps make a difference.)
+// - A ring mixes to (A levelA + levelB) B.
 // - Noise comes from the state less 2^31, which as a signed integer follows the same recurrence and
-//   converts to a float in one instruction.
+//   converts to a float in one instruction. Its level is scaled by 2^-32.
 // - What isn't needed by any voice of a call isn't there: the loop is a template over features.
 // - A sample's sum is kept per lane and added up after the loop.
 //
@@ -58,26 +61,28 @@ constexpr double kRoot3 = 1.7320508075688772;
 constexpr float kFloatRoot3 = 1.7320508f;
 constexpr float kOneByRoot3 = 0.57735027f;
 constexpr float kMixOffset = -0.42f * kFloatRoot3;
-constexpr float kNoiseScale = 0x1p-32f;
-constexpr float kNoiseOffset = 0.5f - 0.125f; ///< 0.5 from the 2^31 that the state lacks
+constexpr float kNoiseScale = kFloatRoot3 * 0x1p-32f;
+constexpr float kNoiseOffset = 0x1p31f - 0.125f * 0x1p32f; ///< 2^31 that the state lacks
 constexpr float kDcRate = 0.0001f;
 constexpr float kWithoutDc = 1.0f - kDcRate;
 
 /// A voice per lane, as the loop wants it: what rises and falls, then what stays for a block.
 struct Running {
     Floats phaseA1, phaseA2, phaseB1, phaseB2; ///< negated
-    Floats levelA, levelB, noiseLevel;         ///< times sqrt(3)
+    Floats levelA, levelB;                     ///< times sqrt(3)
+    Floats noiseLevel;                         ///< times kNoiseScale
     Words noise;
     Floats x, u1, u2, u3, u4; ///< times sqrt(3) and divided by powers of p
     Floats dcState;           ///< times kWithoutDc
-    Floats gainL, gainR, gainLRise, gainRRise;
+    Floats gainL, gainR;
+    Floats excessL, excessR; ///< of their rise over their targets', at the start of a stretch
 
     Floats incA, incB;
     Floats levelAStep, levelBStep, noiseLevelStep;
     Words noiseMultiplier, noiseIncrement;
     Floats k, feedback;
     Floats weight4, weight3, weightX;
-    Floats gainLDrive, gainRDrive;
+    Floats targetLStep, targetRStep;
 };
 
 /// Powers of p. In double precision: the ladder's outputs are divided and multiplied by them once a
@@ -121,7 +126,7 @@ Running ToRunning(const VoiceLanes& v, const KernelJob& job, int firstVoice)
     run.phaseB2 = -v.phaseB2;
     run.levelA = v.levelA * kFloatRoot3;
     run.levelB = v.levelB * kFloatRoot3;
-    run.noiseLevel = v.noiseLevel * kFloatRoot3;
+    run.noiseLevel = v.noiseLevel * kNoiseScale;
     run.noise = LoadNoise(job.noise.state + firstVoice) ^ 0x80000000u;
     run.x = v.xOld * kFloatRoot3;
     run.u1 = Folded(v.y1, byP.of1);
@@ -131,14 +136,14 @@ Running ToRunning(const VoiceLanes& v, const KernelJob& job, int firstVoice)
     run.dcState = v.dcState * kWithoutDc;
     run.gainL = v.gainL;
     run.gainR = v.gainR;
-    run.gainLRise = (v.targetL + v.targetLStep - v.gainL) * job.gainSmoothing;
-    run.gainRRise = (v.targetR + v.targetRStep - v.gainR) * job.gainSmoothing;
+    run.excessL = (v.targetL + v.targetLStep - v.gainL) * job.gainSmoothing - v.targetLStep;
+    run.excessR = (v.targetR + v.targetRStep - v.gainR) * job.gainSmoothing - v.targetRStep;
 
     run.incA = v.incA;
     run.incB = v.incB;
     run.levelAStep = v.levelAStep * kFloatRoot3;
     run.levelBStep = v.levelBStep * kFloatRoot3;
-    run.noiseLevelStep = v.noiseLevelStep * kFloatRoot3;
+    run.noiseLevelStep = v.noiseLevelStep * kNoiseScale;
     run.noiseMultiplier = LoadNoise(job.noise.multiplier + firstVoice);
     run.noiseIncrement = LoadNoise(job.noise.increment + firstVoice);
     run.k = v.k;
@@ -146,8 +151,8 @@ Running ToRunning(const VoiceLanes& v, const KernelJob& job, int firstVoice)
     run.weight4 = Unfolded(v.c4 * kWithoutDc, p.of4);
     run.weight3 = Unfolded(v.c3 * kWithoutDc, p.of3);
     run.weightX = v.cx * (kWithoutDc * kOneByRoot3);
-    run.gainLDrive = v.targetLStep * job.gainSmoothing;
-    run.gainRDrive = v.targetRStep * job.gainSmoothing;
+    run.targetLStep = v.targetLStep;
+    run.targetRStep = v.targetRStep;
     return run;
 }
 
@@ -170,7 +175,7 @@ void FromRunning(const Running& run, const KernelJob& job, VoiceLanes& v)
     v.phaseB1 = phaseB1;
     v.levelA = run.levelA * kOneByRoot3;
     v.levelB = run.levelB * kOneByRoot3;
-    v.noiseLevel = run.noiseLevel * kOneByRoot3;
+    v.noiseLevel = run.noiseLevel * (1.0f / kNoiseScale);
     v.xOld = run.x * kOneByRoot3;
     v.y1 = Unfolded(run.u1, p.of1);
     v.y2 = Unfolded(run.u2, p.of2);
@@ -183,11 +188,10 @@ void FromRunning(const Running& run, const KernelJob& job, VoiceLanes& v)
     v.gainR = run.gainR;
 }
 
-/// A random number 0 .. 1 less 0.125, from a state less 2^31.
+/// A random number 0 .. 1 less 0.125, times 2^32, from a state less 2^31.
 [[gnu::always_inline]] inline Floats Noise(Words state)
 {
-    const Floats number = __builtin_convertvector(reinterpret_cast<Ints>(state), Floats);
-    return number * kNoiseScale + kNoiseOffset;
+    return __builtin_convertvector(reinterpret_cast<Ints>(state), Floats) + kNoiseOffset;
 }
 
 /// A negated phase that has risen, brought back below 0 by a cycle where it left.
@@ -229,8 +233,6 @@ template <unsigned features>
     Floats b = -v.phaseB1;
     if constexpr (features & kPulseB)
         b = v.phaseB2 - v.phaseB1;
-    if constexpr (features & kRing)
-        a *= b;
 
     Floats mix = All(kMixOffset);
     if constexpr (features & kNoise) {
@@ -238,8 +240,12 @@ template <unsigned features>
         v.noiseLevel += v.noiseLevelStep;
         v.noise = v.noise * v.noiseMultiplier + v.noiseIncrement;
     }
-    mix += b * v.levelB;
-    mix += a * v.levelA;
+    if constexpr (features & kRing) {
+        mix += (a * v.levelA + v.levelB) * b;
+    } else {
+        mix += b * v.levelB;
+        mix += a * v.levelA;
+    }
     v.levelB += v.levelBStep;
     v.levelA += v.levelAStep;
     return mix;
@@ -271,18 +277,17 @@ template <unsigned features>
     return out;
 }
 
-/// Adds to both sides what has left the ladder, less its slow mean.
-[[gnu::always_inline]] inline void Amplify(Running& v, Floats filtered, Floats gainDecay,
+/// Adds to both sides what has left the ladder, less its slow mean. `decayed` is what is left of
+/// the gains' excess.
+[[gnu::always_inline]] inline void Amplify(Running& v, Floats filtered, Floats decayed,
                                            Floats& left, Floats& right)
 {
     const Floats out = filtered - v.dcState;
     v.dcState += out * kDcRate;
     left += out * v.gainL;
     right += out * v.gainR;
-    v.gainL += v.gainLRise;
-    v.gainR += v.gainRRise;
-    v.gainLRise = v.gainLRise * gainDecay + v.gainLDrive;
-    v.gainRRise = v.gainRRise * gainDecay + v.gainRDrive;
+    v.gainL += v.targetLStep + v.excessL * decayed;
+    v.gainR += v.targetRStep + v.excessR * decayed;
 }
 
 // --- Passes ---
@@ -294,33 +299,32 @@ struct Sums {
     Floats right[kStretch];
 };
 
-/// What a pass does with the sums that it finds.
-enum class ESums { Replace, AddTo };
-
-/// A stretch of samples of `width` vectors side by side.
+/// A stretch of samples of `width` vectors side by side, added to the sums.
 template <unsigned features, int width>
-void Pass(Running* voices, Sums& sums, ESums what, int samples, float gainSmoothing)
+void Pass(Running* voices, Sums& sums, int samples, float gainSmoothing)
 {
     Running v[width];
     for (int j = 0; j < width; ++j)
         v[j] = voices[j];
-    const Floats gainDecay = All(1.0f - gainSmoothing);
+    const Floats decay = All(1.0f - gainSmoothing);
+    Floats decayed = All(1.0f);
     for (int i = 0; i < samples; ++i) {
-        Floats left{};
-        Floats right{};
-        if (what == ESums::AddTo) {
-            left = sums.left[i];
-            right = sums.right[i];
-        }
+        Floats left = sums.left[i];
+        Floats right = sums.right[i];
         Floats sound[width];
         for (int j = 0; j < width; ++j)
             sound[j] = Oscillate<features>(v[j]);
         for (int j = 0; j < width; ++j)
             sound[j] = Filter<features>(v[j], sound[j]);
         for (int j = 0; j < width; ++j)
-            Amplify(v[j], sound[j], gainDecay, left, right);
+            Amplify(v[j], sound[j], decayed, left, right);
         sums.left[i] = left;
         sums.right[i] = right;
+        decayed *= decay;
+    }
+    for (int j = 0; j < width; ++j) {
+        v[j].excessL *= decayed;
+        v[j].excessR *= decayed;
     }
     for (int j = 0; j < width; ++j)
         voices[j] = v[j];
@@ -362,8 +366,8 @@ void AddUp(const Floats* sums, int samples, float* output, bool overwrite)
 
 /// The loops for a set of features.
 struct Loops {
-    void (*one)(Running*, Sums&, ESums, int samples, float gainSmoothing);
-    void (*two)(Running*, Sums&, ESums, int samples, float gainSmoothing);
+    void (*one)(Running*, Sums&, int samples, float gainSmoothing);
+    void (*two)(Running*, Sums&, int samples, float gainSmoothing);
 };
 
 template <unsigned... sets>
@@ -400,12 +404,13 @@ void Render(const KernelJob& job)
     Sums sums;
     for (int done = 0; done < job.samples; done += kStretch) {
         const int count = job.samples - done < kStretch ? job.samples - done : kStretch;
-        ESums what = ESums::Replace;
+        for (int i = 0; i < count; ++i)
+            sums.left[i] = sums.right[i] = Floats{};
         int i = 0;
-        for (; i + 2 <= vectors; i += 2, what = ESums::AddTo)
-            loops.two(running + i, sums, what, count, job.gainSmoothing);
+        for (; i + 2 <= vectors; i += 2)
+            loops.two(running + i, sums, count, job.gainSmoothing);
         if (i < vectors)
-            loops.one(running + i, sums, what, count, job.gainSmoothing);
+            loops.one(running + i, sums, count, job.gainSmoothing);
         AddUp(sums.left, count, job.left + done, job.overwrite);
         AddUp(sums.right, count, job.right + done, job.overwrite);
     }
