@@ -163,6 +163,7 @@ TEST(NoteHandling, GlidesFromWhereAtTheRateThatItIsTold)
         {"the nearest held key; of two the lower", true, false, "48 -48 60 64", 62, 60, 24},
         {"the nearest held key", true, false, "48 -48 60 64", 63, 64, 24},
         {"always from the last note", false, false, "48 -48", 62, 48, 24},
+        {"which a legato went back to", false, false, "mono 60 64 -64 -60", 67, 60, 24},
         {"as fast over more", false, false, "48", 84, 48, 24},
         {"as long over more", false, true, "48", 84, 48, 72},
         {"as long downwards", false, true, "84", 60, 84, 48},
