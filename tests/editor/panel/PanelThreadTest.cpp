@@ -13,7 +13,7 @@ namespace keldra::test {
 namespace {
 
 #ifdef KELDRA_SANITIZED
-constexpr int kRounds = 120; // each takes ten times as long, and a wrong access shows at once
+constexpr int kRounds = 90; // each takes ten times as long, and a wrong access shows at once
 #else
 constexpr int kRounds = 400;
 #endif
