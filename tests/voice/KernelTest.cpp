@@ -141,25 +141,27 @@ StereoSound PlayPiece(unsigned number, RenderPart&& renderPart)
 
 } // namespace
 
-// What two renders of the same formulas differ by is rounding: -97 dB at worst. In few pieces,
-// others with each compiler, it moves the edge of a wave by a sample, which makes more of it.
+// What two renders of the same formulas differ by is rounding: -97 dB at worst. In a rare piece,
+// another with each compiler, it moves the edge of a wave by a sample, which makes more of it.
 TEST(Kernel, AgreesWithThePlainReadingInPiecesOfChance)
 {
-    int edges = 0;
+    int piecesWithMovedEdges = 0;
     for (unsigned number = 0; number < kPieces; ++number) {
         const StereoSound truth =
             PlayPiece(number, [](CVoiceRig& rig, int samples) { return rig.RenderTwins(samples); });
         ASSERT_GT(Rms(truth.left), 0.01) << number;
+        bool hasMovedEdge = false;
         for (const VoiceKernel* kernel : KernelsOfThisMachine()) {
             const StereoSound sound = PlayPiece(number, [&](CVoiceRig& rig, int samples) {
                 return rig.RenderWith(*kernel, samples);
             });
             const double error = ErrorDb(sound, truth);
             EXPECT_LT(error, -80.0) << number << ", " << kernel->name;
-            edges += error > -95.0 ? 1 : 0;
+            hasMovedEdge = hasMovedEdge || error > -95.0;
         }
+        piecesWithMovedEdges += hasMovedEdge ? 1 : 0;
     }
-    EXPECT_LE(edges, 6) << "of " << kPieces << " times the number of kernels";
+    EXPECT_LE(piecesWithMovedEdges, 1) << "of " << kPieces;
 }
 
 TEST(Kernel, RendersPartsOfABlockAndAVoiceOnTopOfAGroupAsItRendersThemTogether)
