@@ -1,8 +1,11 @@
 // What holds for every program, every song and every division into blocks: random ones, many.
 
 #include <algorithm>
+#include <bit>
 #include <cmath>
+#include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <numeric>
 #include <random>
@@ -93,6 +96,36 @@ TEST(SoundProperties, EverySongIsFiniteRepeatsItselfAndEndsInSilence)
         SeedAsLoaded();
         EXPECT_EQ(CSong(number).Play(), sound) << number;
     }
+}
+
+TEST(SoundProperties, ASongSoundsTheSameInAFreshProcess)
+{
+    constexpr char kChild[] = "KELDRA_FRESH_PROCESS";
+    const auto hashOf = [](const std::vector<float>& sound) {
+        std::size_t hash = sound.size();
+        for (const float sample : sound)
+            hash = (hash ^ std::bit_cast<std::uint32_t>(sample)) * 1099511628211u;
+        return std::to_string(hash);
+    };
+    if (std::getenv(kChild) != nullptr) {
+        std::printf("\nhash %s\n", hashOf(CSong(3).Play()).c_str());
+        return;
+    }
+    CSong(2).Play(); // whatever it leaves behind
+    SeedAsLoaded();
+    const std::string expected = "\nhash " + hashOf(CSong(3).Play()) + "\n";
+    setenv(kChild, "1", 1);
+    std::FILE* const child =
+        popen(("exec " + std::filesystem::read_symlink("/proc/self/exe").string() +
+               " --gtest_filter=*InAFreshProcess")
+                  .c_str(),
+              "r");
+    unsetenv(kChild);
+    ASSERT_NE(child, nullptr);
+    std::string said(4096, '\0');
+    said.resize(std::fread(said.data(), 1, said.size(), child));
+    pclose(child);
+    EXPECT_NE(said.find(expected), std::string::npos) << said;
 }
 
 // A click is a corner in the wave: a large second difference. Beside a dull sound it would show.
