@@ -169,8 +169,10 @@ TEST_F(StandaloneThread, PlaysTheComputersKeyboard)
 {
     Start({"--module", KELDRA_TEST_INSTRUMENT});
     const auto play = [this](std::initializer_list<int> keys) {
-        for (const int key : keys)
+        for (const int key : keys) {
             desk_.Type(key);
+            Sleep(10); // twice in one millisecond would be the server's repeating
+        }
     };
     play({kZ, kS, kQ, kTwo, kP, kEquals, kZ, kMinus, kMinus, kZ, kEquals});
     desk_.Fake(XCB_KEY_PRESS, kCtrl); // what comes with it is a shortcut
