@@ -8,29 +8,20 @@
 
 #include "engine/EngineRandom.h"
 #include "engine/KeldraSynth.h"
-#include "frame/PluginWrapper.h"
 #include "frame/ValueText.h"
+#include "tests/frame/TestRenderer.h"
 #include "voice/VoiceRandom.h"
 
 namespace keldra::test {
 
 /// What the host was told, on whatever thread.
-class CRecordingWrapper final : public CPluginWrapper {
+class CRecordingWrapper final : public CDeafWrapper {
 public:
     void AutomateParameter(int index, float value) override
     {
         const std::lock_guard lock(mutex_);
         automated.emplace_back(index, value);
     }
-    void BeginEdit(int) override {}
-    void EndEdit(int) override {}
-    void ShowParameterMenu(int) override {}
-    int HostCommand50() override { return 0; }
-    void GetHostText(int, char*) override {}
-    void HostCommand3() override {}
-    void UpdateKeyControls() override {}
-    void HostNoteOff(int) override {}
-    void HostNoteOn(int, float) override {}
 
     std::vector<std::pair<int, float>> automated;
 
