@@ -213,26 +213,24 @@ void FromRunning(const Running& run, const KernelJob& job, VoiceLanes& v)
 template <unsigned features>
 [[gnu::always_inline]] inline Floats Oscillate(Running& v)
 {
-    v.phaseA1 = Wrapped(v.phaseA1 + v.incA);
-    if constexpr (features & kPulseA)
-        v.phaseA2 = Wrapped(v.phaseA2 + v.incA);
     const Floats risenB1 = v.phaseB1 + v.incB;
     v.phaseB1 = Wrapped(risenB1);
     if constexpr (features & kPulseB)
         v.phaseB2 = Wrapped(v.phaseB2 + v.incB);
+    v.phaseA1 = Wrapped(v.phaseA1 + v.incA);
+    if constexpr (features & kPulseA)
+        v.phaseA2 = Wrapped(v.phaseA2 + v.incA);
+
+    // Waves are negated, as phases are. A sync shifts both phases: a pulse stays as it is.
+    [[maybe_unused]] const Floats pulseA = v.phaseA1 - v.phaseA2;
     if constexpr (features & kSync) {
         const Ints goesOn = NegativeMask(risenB1);
         if constexpr (features & kPulseA)
             v.phaseA2 -= FromBits(~goesOn & Bits(v.phaseA1));
         v.phaseA1 = FromBits(goesOn & Bits(v.phaseA1));
     }
-
-    Floats a = -v.phaseA1;
-    if constexpr (features & kPulseA)
-        a = v.phaseA2 - v.phaseA1;
-    Floats b = -v.phaseB1;
-    if constexpr (features & kPulseB)
-        b = v.phaseB2 - v.phaseB1;
+    const Floats a = features & kPulseA ? pulseA : v.phaseA1;
+    const Floats b = features & kPulseB ? v.phaseB1 - v.phaseB2 : v.phaseB1;
 
     Floats mix = All(kMixOffset);
     if constexpr (features & kNoise) {
@@ -241,10 +239,10 @@ template <unsigned features>
         v.noise = v.noise * v.noiseMultiplier + v.noiseIncrement;
     }
     if constexpr (features & kRing) {
-        mix += (a * v.levelA + v.levelB) * b;
+        mix += (a * v.levelA - v.levelB) * b;
     } else {
-        mix += b * v.levelB;
-        mix += a * v.levelA;
+        mix -= b * v.levelB;
+        mix -= a * v.levelA;
     }
     v.levelB += v.levelBStep;
     v.levelA += v.levelAStep;
