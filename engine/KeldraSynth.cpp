@@ -230,19 +230,11 @@ int KeldraSynth::GetChunk(void* buffer) const
 bool KeldraSynth::SetChunk(const void* data, int size)
 {
     const bool empty = data == nullptr || size <= 0;
-    return LoadState(
-        {static_cast<const std::byte*>(data), empty ? 0 : static_cast<std::size_t>(size)},
-        EImport::Everything);
-}
-
-bool KeldraSynth::LoadState(std::span<const std::byte> block, EImport import)
-{
-    const StateBlockContent content = ReadStateBlock(block);
-    ChangeProgram({content.valueCount, import, content.values});
-    if (content.Accepted() && content.hasName)
-        SetProgramName(content.name.data());
-    else if (import == EImport::Everything)
-        SetProgramName("<noname>");
+    const StateBlockContent content = ReadStateBlock(
+        {static_cast<const std::byte*>(data), empty ? 0 : static_cast<std::size_t>(size)});
+    ChangeProgram({content.valueCount, EImport::Everything, content.values});
+    const bool hasName = content.Accepted() && content.hasName;
+    SetProgramName(hasName ? content.name.data() : "<noname>");
     return content.Accepted();
 }
 

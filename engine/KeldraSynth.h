@@ -47,10 +47,6 @@ public:
     void ControlChange(int controller) override;
     void ProgramChange(int program) override;
 
-    /// Applies a state block or the part of it that an import takes. Any thread.
-    /// @return false when it is rejected; without an import, the program is then at its defaults
-    bool LoadState(std::span<const std::byte> block, EImport import);
-
     [[nodiscard]] CPresetList& Presets() { return *presets_; } ///< threads: as it says itself
 
     // Controller links. Any thread

@@ -21,6 +21,7 @@
 #include <utility>
 
 #include "platform/Folders.h"
+#include "platform/UriList.h"
 #include "platform/x11/DBusLibrary.h"
 
 namespace keldra {
@@ -407,7 +408,7 @@ void CPortalDialog::OnResponse(DBusMessage* message)
         dbus_->iterGetArgType(&arguments) == DBUS_TYPE_UINT32)
         dbus_->iterGetBasic(&arguments, &code);
     if (code == kChosen && dbus_->iterNext(&arguments))
-        path_ = PathOfFileUri(FirstUri(arguments));
+        path_ = FirstPathOf(FirstUri(arguments));
     state_ = !path_.empty()                          ? EState::Chosen
              : code == kChosen || code == kCancelled ? EState::Cancelled
                                                      : EState::Unavailable;
@@ -444,39 +445,6 @@ std::string CPortalDialog::FirstUri(DBusMessageIter& results) const
 }
 
 } // namespace
-
-std::string PathOfFileUri(std::string_view uri)
-{
-    constexpr std::string_view kScheme = "file://";
-    constexpr std::string_view kThisMachine = "localhost";
-    if (!uri.starts_with(kScheme))
-        return {};
-    uri.remove_prefix(kScheme.size());
-    if (uri.starts_with(kThisMachine))
-        uri.remove_prefix(kThisMachine.size());
-    if (!uri.starts_with(kPathSeparator))
-        return {};
-    const auto hex = [](char c) {
-        return c >= '0' && c <= '9'   ? c - '0'
-               : c >= 'a' && c <= 'f' ? c - 'a' + 10
-               : c >= 'A' && c <= 'F' ? c - 'A' + 10
-                                      : -1;
-    };
-    std::string path;
-    for (std::size_t i = 0; i < uri.size(); ++i) {
-        if (uri[i] != '%') {
-            path += uri[i];
-            continue;
-        }
-        const int high = i + 2 < uri.size() ? hex(uri[i + 1]) : -1;
-        const int low = high >= 0 ? hex(uri[i + 2]) : -1;
-        if (low < 0 || high * 16 + low == 0)
-            return {};
-        path += static_cast<char>(high * 16 + low);
-        i += 2;
-    }
-    return path;
-}
 
 std::unique_ptr<CFileDialog> OpenPortalDialog(const FileDialogRequest& request)
 {

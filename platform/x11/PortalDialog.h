@@ -10,7 +10,4 @@ namespace keldra {
 /// such bus or its portal doesn't answer within two seconds.
 [[nodiscard]] std::unique_ptr<CFileDialog> OpenPortalDialog(const FileDialogRequest& request);
 
-/// The file that a URI names, in its own bytes; empty when it isn't a file of this machine.
-[[nodiscard]] std::string PathOfFileUri(std::string_view uri);
-
 } // namespace keldra

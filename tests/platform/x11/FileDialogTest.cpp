@@ -5,7 +5,6 @@
 #include <set>
 #include <sys/stat.h>
 
-#include "platform/x11/PortalDialog.h"
 #include "tests/platform/Environment.h"
 #include "tests/platform/TemporaryFolder.h"
 #include "tests/platform/x11/SessionBus.h"
@@ -245,27 +244,6 @@ TEST_F(FileDialog, ClosingItTakesThePortalsDialogOffTheScreenToo)
     for (int i = 0; i < 200 && portal.CallCount() < 3; ++i)
         ::usleep(10000);
     EXPECT_TRUE(portal.Calls().ends_with("Close\n")) << portal.Calls();
-}
-
-TEST(FileUris, AreReadByteForByteOrNotAtAll)
-{
-    struct Case {
-        const char *uri, *path;
-    };
-    constexpr Case kCases[] = {
-        {"file:///a/b", "/a/b"},
-        {"file://localhost/a", "/a"},
-        {"file:///%e4%E4", "/\xE4\xE4"},
-        {"file://elsewhere/a", ""},
-        {"file:///a%00b", ""},
-        {"file:///a%", ""},
-        {"file:///a%4", ""},
-        {"file:///a%zz", ""},
-        {"http:///a", ""},
-        {"", ""},
-    };
-    for (const Case& row : kCases)
-        EXPECT_EQ(PathOfFileUri(row.uri), row.path) << row.uri;
 }
 
 } // namespace
