@@ -6,7 +6,6 @@
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
-#include <exception>
 #include <memory>
 #include <optional>
 #include <string>
@@ -22,6 +21,7 @@
 #include "apps/keldra/Recorder.h"
 #include "apps/keldra/SoundDevices.h"
 #include "apps/keldra/StateFile.h"
+#include "apps/render/CommandLine.h"
 #include "apps/render/InputFile.h"
 #include "apps/render/Instrument.h"
 #include "apps/render/Sounds.h"
@@ -32,7 +32,6 @@ namespace keldra::standalone {
 
 namespace {
 
-constexpr int kExitWrong = 2;
 constexpr std::chrono::milliseconds kIdle{50}; ///< between two looks at everything
 constexpr int kUsualRateHz = 48000;
 
@@ -372,44 +371,22 @@ void PrintDevices()
         std::puts("  none");
 }
 
-int Main(int argc, char** argv)
-{
-    Options options;
-    std::string text;
-    switch (ParseOptions(argc, argv, options, text)) {
-    case EParsed::Done:
-        std::fputs(text.c_str(), stdout);
-        return 0;
-    case EParsed::Run:
-        if (options.listDevices) {
-            PrintDevices();
-            return 0;
-        }
-        EndInGoodOrderOnSignals();
-        if (CStandalone(std::move(options)).Run(text))
-            return 0;
-        break;
-    case EParsed::Wrong:
-        break;
-    }
-    // One line whatever names of files or a module's words hold.
-    for (char& c : text)
-        if (c >= 0 && c < ' ')
-            c = ' ';
-    Say(text);
-    return kExitWrong;
-}
-
 } // namespace
 
 } // namespace keldra::standalone
 
 int main(int argc, char** argv)
 {
-    try {
-        return keldra::standalone::Main(argc, argv);
-    } catch (const std::exception& problem) { // the library's: no memory, mostly
-        std::fprintf(stderr, "keldra: %s\n", problem.what());
-        return keldra::standalone::kExitWrong;
-    }
+    using namespace keldra::standalone;
+    Options options;
+    return keldra::RunProgram(
+        "keldra", [&](std::string& text) { return ParseOptions(argc, argv, options, text); },
+        [&](std::string& text) {
+            if (options.listDevices) {
+                PrintDevices();
+                return true;
+            }
+            EndInGoodOrderOnSignals();
+            return CStandalone(std::move(options)).Run(text);
+        });
 }

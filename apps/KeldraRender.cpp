@@ -4,13 +4,13 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
-#include <exception>
 #include <filesystem>
 #include <memory>
 #include <system_error>
 #include <unistd.h>
 
 #include "apps/host/VstHost.h"
+#include "apps/render/CommandLine.h"
 #include "apps/render/InputFile.h"
 #include "apps/render/Instrument.h"
 #include "apps/render/LevelMeter.h"
@@ -27,7 +27,6 @@ namespace keldra::render {
 
 namespace {
 
-constexpr int kExitWrong = 2;
 constexpr std::size_t kMaxSongBytes = std::size_t{32} << 20;
 constexpr std::int64_t kMaxSongSeconds = 24 * 3600;
 
@@ -358,40 +357,18 @@ private:
     std::unique_ptr<COutputFile> output_;
 };
 
-int Main(int argc, char** argv)
-{
-    Options options;
-    std::string text;
-    switch (ParseOptions(argc, argv, options, text)) {
-    case EParsed::Done:
-        std::fputs(text.c_str(), stdout);
-        return 0;
-    case EParsed::Run:
-        RemoveUnfinishedFileOnSignals();
-        if (CProgram(std::move(options)).Run(text))
-            return 0;
-        break;
-    case EParsed::Wrong:
-        break;
-    }
-    // One line whatever names of files or a module's words hold.
-    for (char& c : text)
-        if (c >= 0 && c < ' ')
-            c = ' ';
-    std::fprintf(stderr, "keldra-render: %s\n", text.c_str());
-    return kExitWrong;
-}
-
 } // namespace
 
 } // namespace keldra::render
 
 int main(int argc, char** argv)
 {
-    try {
-        return keldra::render::Main(argc, argv);
-    } catch (const std::exception& problem) { // the library's: no memory, mostly
-        std::fprintf(stderr, "keldra-render: %s\n", problem.what());
-        return keldra::render::kExitWrong;
-    }
+    using namespace keldra::render;
+    Options options;
+    return keldra::RunProgram(
+        "keldra-render", [&](std::string& text) { return ParseOptions(argc, argv, options, text); },
+        [&](std::string& text) {
+            RemoveUnfinishedFileOnSignals();
+            return CProgram(std::move(options)).Run(text);
+        });
 }

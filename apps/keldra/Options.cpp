@@ -103,19 +103,9 @@ EParsed ParseOptions(int argc, const char* const* argv, Options& options, std::s
     app.set_help_flag("-h,--help", "Print this help");
     RawOptions raw;
     Declare(app, options, raw);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::CallForHelp&) {
-        text = app.help();
-        return EParsed::Done;
-    } catch (const CLI::CallForVersion& version) {
-        text = std::string(version.what()) + "\n";
-        return EParsed::Done;
-    } catch (const CLI::ParseError& problem) {
-        text = problem.what();
-        text = text.substr(0, text.find('\n'));
-        return EParsed::Wrong;
-    }
+    const EParsed parsed = ParseCommandLine(app, argc, argv, text);
+    if (parsed != EParsed::Run)
+        return parsed;
     return Interpret(raw, options, text) ? EParsed::Run : EParsed::Wrong;
 }
 

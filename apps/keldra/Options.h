@@ -3,6 +3,8 @@
 #include <optional>
 #include <string>
 
+#include "apps/render/CommandLine.h"
+
 namespace keldra::standalone {
 
 /// What the command line asks for.
@@ -17,12 +19,6 @@ struct Options {
     std::string recordPath; ///< empty: nothing is recorded
     bool noAudio = false;
     bool listDevices = false; ///< instead of playing
-};
-
-enum class EParsed {
-    Run,
-    Done,  ///< help or version was asked for: print the text and end
-    Wrong, ///< the text is one line saying what
 };
 
 /// @param argv     as main gets it

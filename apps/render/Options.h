@@ -5,6 +5,7 @@
 #include <utility>
 #include <vector>
 
+#include "apps/render/CommandLine.h"
 #include "apps/render/ParameterSetting.h"
 #include "apps/render/SongRenderer.h"
 #include "apps/render/WavWriter.h"
@@ -31,12 +32,6 @@ struct Options {
     std::optional<double> normaliseDb; ///< peak to reach, relative to full scale
     ESampleFormat format = ESampleFormat::Pcm24;
     bool listParameters = false; ///< instead of rendering; song and output are empty then
-};
-
-enum class EParsed {
-    Run,
-    Done,  ///< help or version was asked for: print the text and end
-    Wrong, ///< the text is one line saying what
 };
 
 /// @param argv     as main gets it
