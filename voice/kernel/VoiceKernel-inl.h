@@ -4,8 +4,9 @@
 //
 // Voices lie side by side in the lanes of vectors, and two vectors run side by side in one pass:
 // both take a step before either takes the next, so that they wait for their filters at the same
-// time. What a voice does, written plainly (the truth that tests compare with is
-// tests/reference/ScalarVoice.cpp):
+// time. Oscillators run a sample ahead, while their ladders wait for the saturation's division: a
+// sample from its oscillators to its gains is a longer way than processors look ahead. What a voice
+// does, written plainly (the truth that tests compare with is tests/reference/ScalarVoice.cpp):
 //
 //     fall:     phase -= increment, +1 when that leaves (0, 1]; four phases, two per oscillator
 //     sync:     when B's first phase wraps, A's phases are shifted so that the first becomes 0
@@ -26,7 +27,8 @@
 //   u1 = x + (old x - k u1), u2 = u1 + (old u1 - k u2), ...: the brackets are ready in advance, and
 //   p is only in the weights of what leaves the ladder. The next sample waits for u4 alone, which
 //   is x and the sum of all brackets: for one addition. (The others could be had so, but not x
-//   beside a large u2: always rounded off there, it would be missed.)
+//   beside a large u2: always rounded off there, it would be missed.) Where two vectors have enough
+//   to do meanwhile, u4 is u3 and its bracket: they wait for four, and save three.
 // - All that enters the ladder is scaled by sqrt(3): with t = sqrt(3) s the saturation is
 //   t / (1 + n^2), n the smaller of t and 0, without a decision.
 // - All that leaves the ladder is scaled by 1 - d, d the rate of its slow mean m. Less the mean
@@ -207,7 +209,7 @@ void FromRunning(const Running& run, const KernelJob& job, VoiceLanes& v)
 #endif
 }
 
-// --- What a sample takes, in three steps ---
+// --- What a sample takes ---
 
 /// Moves the oscillators on and answers what they and the noise mix to.
 template <unsigned features>
@@ -249,32 +251,6 @@ template <unsigned features>
     return mix;
 }
 
-/// Saturates a mix and sends it through the ladder.
-template <unsigned features>
-[[gnu::always_inline]] inline Floats Filter(Running& v, Floats mix)
-{
-    const Floats t = mix - v.feedback * v.u4;
-    const Floats n = NegativePart(t);
-    const Floats x = t / (1.0f + n * n);
-    const Floats b1 = v.x - v.k * v.u1;
-    const Floats b2 = v.u1 - v.k * v.u2;
-    const Floats b3 = v.u2 - v.k * v.u3;
-    const Floats b4 = v.u3 - v.k * v.u4;
-    const Floats u1 = x + b1;
-    const Floats u2 = u1 + b2;
-    const Floats u3 = u2 + b3;
-    const Floats u4 = x + (((b1 + b2) + b3) + b4);
-    v.x = x;
-    v.u1 = u1;
-    v.u2 = u2;
-    v.u3 = u3;
-    v.u4 = u4;
-    Floats out = v.weight4 * u4;
-    if constexpr (features & kOutputMix)
-        out += v.weight3 * u3 + v.weightX * x;
-    return out;
-}
-
 /// Adds to both sides what has left the ladder, less its slow mean. `decayed` is what is left of
 /// the gains' excess.
 [[gnu::always_inline]] inline void Amplify(Running& v, Floats filtered, Floats decayed,
@@ -288,7 +264,60 @@ template <unsigned features>
     v.gainR += v.targetRStep + v.excessR * decayed;
 }
 
-// --- Passes ---
+// --- Samples ---
+
+/// A number that is a type.
+template <int value>
+struct Number {
+    constexpr operator int() const { return value; }
+};
+
+/// Takes a step with each of the vectors side by side. Which vector it is has to be a type: with
+/// the counter of a loop, compilers learn too late that fields of an array fit into registers.
+template <int width, class Step>
+[[gnu::always_inline]] inline void ForEach(Step step)
+{
+    static_assert(width == 1 || width == 2);
+    step(Number<0>{});
+    if constexpr (width == 2)
+        step(Number<1>{});
+}
+
+/// A sample of vectors side by side, from what their oscillators mix to on.
+/// @tparam goesOn  whether a sample follows, whose mix takes the place of this one's
+/// @param decayed  what is left of the gains' excess
+template <unsigned features, bool goesOn, int width>
+[[gnu::always_inline]] inline void Sample(Running (&v)[width], Floats (&mix)[width], Floats decayed,
+                                          Floats& left, Floats& right)
+{
+    // Saturation; while it waits for itself, what each stage of the ladder will add, or all do.
+    constexpr bool hidesWaits = width > 1 && (features & (kNoise | kOutputMix)) != 0;
+    Floats t[width], n[width], divisor[width], b1[width], b2[width], b3[width], b4[width];
+    ForEach<width>([&](auto j) { t[j] = mix[j] - v[j].feedback * v[j].u4; });
+    ForEach<width>([&](auto j) { b2[j] = v[j].u1 - v[j].k * v[j].u2; });
+    ForEach<width>([&](auto j) { n[j] = NegativePart(t[j]); });
+    ForEach<width>([&](auto j) { divisor[j] = 1.0f + n[j] * n[j]; });
+    ForEach<width>([&](auto j) { b1[j] = v[j].x - v[j].k * v[j].u1; });
+    ForEach<width>([&](auto j) { b4[j] = v[j].u3 - v[j].k * v[j].u4; });
+    ForEach<width>([&](auto j) { b3[j] = v[j].u2 - v[j].k * v[j].u3; });
+    if constexpr (!hidesWaits)
+        ForEach<width>([&](auto j) { b4[j] += (b1[j] + b2[j]) + b3[j]; });
+    ForEach<width>([&](auto j) { v[j].x = t[j] / divisor[j]; });
+
+    if constexpr (goesOn)
+        ForEach<width>([&](auto j) { mix[j] = Oscillate<features>(v[j]); });
+
+    ForEach<width>([&](auto j) { v[j].u1 = v[j].x + b1[j]; });
+    ForEach<width>([&](auto j) { v[j].u2 = v[j].u1 + b2[j]; });
+    ForEach<width>([&](auto j) { v[j].u3 = v[j].u2 + b3[j]; });
+    ForEach<width>([&](auto j) { v[j].u4 = (hidesWaits ? v[j].u3 : v[j].x) + b4[j]; });
+
+    Floats out[width];
+    ForEach<width>([&](auto j) { out[j] = v[j].weight4 * v[j].u4; });
+    if constexpr (features & kOutputMix)
+        ForEach<width>([&](auto j) { out[j] += v[j].weight3 * v[j].u3 + v[j].weightX * v[j].x; });
+    ForEach<width>([&](auto j) { Amplify(v[j], out[j], decayed, left, right); });
+}
 
 /// Sums of a stretch of samples, per lane: short enough for the first-level cache.
 constexpr int kStretch = 256;
@@ -299,33 +328,30 @@ struct Sums {
 
 /// A stretch of samples of `width` vectors side by side, added to the sums.
 template <unsigned features, int width>
-void Pass(Running* voices, Sums& sums, int samples, float gainSmoothing)
+[[gnu::flatten]] void Pass(Running* voices, Sums& sums, int samples, float gainSmoothing)
 {
     Running v[width];
-    for (int j = 0; j < width; ++j)
-        v[j] = voices[j];
+    Floats mix[width];
+    ForEach<width>([&](auto j) { v[j] = voices[j]; });
+    ForEach<width>([&](auto j) { mix[j] = Oscillate<features>(v[j]); });
     const Floats decay = All(1.0f - gainSmoothing);
     Floats decayed = All(1.0f);
-    for (int i = 0; i < samples; ++i) {
+    const int last = samples - 1;
+    for (int i = 0; i < last; ++i) {
         Floats left = sums.left[i];
         Floats right = sums.right[i];
-        Floats sound[width];
-        for (int j = 0; j < width; ++j)
-            sound[j] = Oscillate<features>(v[j]);
-        for (int j = 0; j < width; ++j)
-            sound[j] = Filter<features>(v[j], sound[j]);
-        for (int j = 0; j < width; ++j)
-            Amplify(v[j], sound[j], decayed, left, right);
+        Sample<features, true>(v, mix, decayed, left, right);
         sums.left[i] = left;
         sums.right[i] = right;
         decayed *= decay;
     }
-    for (int j = 0; j < width; ++j) {
+    Sample<features, false>(v, mix, decayed, sums.left[last], sums.right[last]);
+    decayed *= decay;
+    ForEach<width>([&](auto j) {
         v[j].excessL *= decayed;
         v[j].excessR *= decayed;
-    }
-    for (int j = 0; j < width; ++j)
         voices[j] = v[j];
+    });
 }
 
 [[gnu::always_inline]] inline Quad SumOfQuads(const Floats& lanes)
