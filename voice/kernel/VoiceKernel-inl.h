@@ -28,7 +28,8 @@
 //   p is only in the weights of what leaves the ladder. The next sample waits for u4 alone, which
 //   is x and the sum of all brackets: for one addition. (The others could be had so, but not x
 //   beside a large u2: always rounded off there, it would be missed.) Where two vectors have enough
-//   to do meanwhile, u4 is u3 and its bracket: they wait for four, and save three.
+//   to do meanwhile (SSE2 always, for want of fused operations), u4 is u3 and its bracket: they
+//   wait for four additions, and save three.
 // - All that enters the ladder is scaled by sqrt(3): with t = sqrt(3) s the saturation is
 //   t / (1 + n^2), n the smaller of t and 0, without a decision.
 // - All that leaves the ladder is scaled by 1 - d, d the rate of its slow mean m. Less the mean
@@ -291,7 +292,7 @@ template <unsigned features, bool goesOn, int width>
                                           Floats& left, Floats& right)
 {
     // Saturation; while it waits for itself, what each stage of the ladder will add, or all do.
-    constexpr bool hidesWaits = width > 1 && (features & (kNoise | kOutputMix)) != 0;
+    constexpr bool hidesWaits = width > 1 && (kLanes == kQuad || (features & kOutputMix) != 0);
     Floats t[width], n[width], divisor[width], b1[width], b2[width], b3[width], b4[width];
     ForEach<width>([&](auto j) { t[j] = mix[j] - v[j].feedback * v[j].u4; });
     ForEach<width>([&](auto j) { b2[j] = v[j].u1 - v[j].k * v[j].u2; });
