@@ -27,9 +27,8 @@
 //   u1 = x + (old x - k u1), u2 = u1 + (old u1 - k u2), ...: the brackets are ready in advance, and
 //   p is only in the weights of what leaves the ladder. The next sample waits for u4 alone, which
 //   is x and the sum of all brackets: for one addition. (The others could be had so, but not x
-//   beside a large u2: always rounded off there, it would be missed.) Where two vectors have enough
-//   to do meanwhile (SSE2 always, for want of fused operations), u4 is u3 and its bracket: they
-//   wait for four additions, and save three.
+//   beside a large u2: always rounded off there, it would be missed.) Two vectors of four, that
+//   have more instructions to a sample, wait for u3 and its bracket and save three additions.
 // - All that enters the ladder is scaled by sqrt(3): with t = sqrt(3) s the saturation is
 //   t / (1 + n^2), n the smaller of t and 0, without a decision.
 // - All that leaves the ladder is scaled by 1 - d, d the rate of its slow mean m. Less the mean
@@ -210,114 +209,143 @@ void FromRunning(const Running& run, const KernelJob& job, VoiceLanes& v)
 #endif
 }
 
-// --- What a sample takes ---
+// --- A sample ---
 
-/// Moves the oscillators on and answers what they and the noise mix to.
-template <unsigned features>
-[[gnu::always_inline]] inline Floats Oscillate(Running& v)
-{
-    const Floats risenB1 = v.phaseB1 + v.incB;
-    v.phaseB1 = Wrapped(risenB1);
-    if constexpr (features & kPulseB)
-        v.phaseB2 = Wrapped(v.phaseB2 + v.incB);
-    v.phaseA1 = Wrapped(v.phaseA1 + v.incA);
-    if constexpr (features & kPulseA)
-        v.phaseA2 = Wrapped(v.phaseA2 + v.incA);
+/// A vector of voices and a sample of it in the making, one of `width` side by side. What it takes
+/// is cut into steps, so that all vectors take a step before any takes the next.
+template <unsigned features, int width>
+struct Sounding : Running {
+    Floats mix; ///< of oscillators and noise
+    Floats t, divisor;
+    Floats b1, b2, b3, b4; ///< brackets of the ladder
+    Floats out;
 
-    // Waves are negated, as phases are. A sync shifts both phases: a pulse stays as it is.
-    [[maybe_unused]] const Floats pulseA = v.phaseA1 - v.phaseA2;
-    if constexpr (features & kSync) {
-        const Ints goesOn = NegativeMask(risenB1);
+    /// Whether vectors have enough to do while they wait for additions.
+    static constexpr bool kHidesWaits = width == 2 && kLanes == kQuad;
+
+    /// Takes a voice's state at the start of a stretch.
+    void Begin(const Running& voice) { static_cast<Running&>(*this) = voice; }
+
+    /// Gives it back at the end. @param decayed  what is left of the gains' excess
+    void End(Floats decayed, Running& voice)
+    {
+        excessL *= decayed;
+        excessR *= decayed;
+        voice = *this;
+    }
+
+    /// Moves the oscillators on and mixes them and the noise.
+    void Oscillate()
+    {
+        const Floats risenB1 = phaseB1 + incB;
+        phaseB1 = Wrapped(risenB1);
+        if constexpr (features & kPulseB)
+            phaseB2 = Wrapped(phaseB2 + incB);
+        phaseA1 = Wrapped(phaseA1 + incA);
         if constexpr (features & kPulseA)
-            v.phaseA2 -= FromBits(~goesOn & Bits(v.phaseA1));
-        v.phaseA1 = FromBits(goesOn & Bits(v.phaseA1));
+            phaseA2 = Wrapped(phaseA2 + incA);
+
+        // Waves are negated, as phases are. A sync shifts both phases: a pulse stays as it is.
+        [[maybe_unused]] const Floats pulseA = phaseA1 - phaseA2;
+        if constexpr (features & kSync) {
+            const Ints goesOn = NegativeMask(risenB1);
+            if constexpr (features & kPulseA)
+                phaseA2 -= FromBits(~goesOn & Bits(phaseA1));
+            phaseA1 = FromBits(goesOn & Bits(phaseA1));
+        }
+        const Floats a = features & kPulseA ? pulseA : phaseA1;
+        const Floats b = features & kPulseB ? phaseB1 - phaseB2 : phaseB1;
+
+        mix = All(kMixOffset);
+        if constexpr (features & kNoise) {
+            mix += Noise(noise) * noiseLevel;
+            noiseLevel += noiseLevelStep;
+            noise = noise * noiseMultiplier + noiseIncrement;
+        }
+        if constexpr (features & kRing) {
+            mix += (a * levelA - levelB) * b;
+        } else {
+            mix -= b * levelB;
+            mix -= a * levelA;
+        }
+        levelB += levelBStep;
+        levelA += levelAStep;
     }
-    const Floats a = features & kPulseA ? pulseA : v.phaseA1;
-    const Floats b = features & kPulseB ? v.phaseB1 - v.phaseB2 : v.phaseB1;
 
-    Floats mix = All(kMixOffset);
-    if constexpr (features & kNoise) {
-        mix += Noise(v.noise) * v.noiseLevel;
-        v.noiseLevel += v.noiseLevelStep;
-        v.noise = v.noise * v.noiseMultiplier + v.noiseIncrement;
+    // What each stage of the ladder adds needs nothing of the new sample: it is worked out while
+    // the saturation waits for itself.
+    void BeginSaturation()
+    {
+        t = mix - feedback * u4;
+        b2 = u1 - k * u2;
+        b4 = u3 - k * u4;
+        const Floats n = NegativePart(t);
+        divisor = 1.0f + n * n;
     }
-    if constexpr (features & kRing) {
-        mix += (a * v.levelA - v.levelB) * b;
-    } else {
-        mix -= b * v.levelB;
-        mix -= a * v.levelA;
+    void FillBrackets()
+    {
+        b1 = x - k * u1;
+        b3 = u2 - k * u3;
     }
-    v.levelB += v.levelBStep;
-    v.levelA += v.levelAStep;
-    return mix;
-}
+    void EndSaturation()
+    {
+        if constexpr (!kHidesWaits)
+            b4 += (b1 + b2) + b3; // all that the ladder adds
+        x = t / divisor;
+    }
+    void ClimbLadder()
+    {
+        u1 = x + b1;
+        u2 = u1 + b2;
+        u3 = u2 + b3;
+        u4 = (kHidesWaits ? u3 : x) + b4;
+    }
+    void LeaveLadder()
+    {
+        out = weight4 * u4;
+        if constexpr (features & kOutputMix)
+            out += weight3 * u3 + weightX * x;
+    }
 
-/// Adds to both sides what has left the ladder, less its slow mean. `decayed` is what is left of
-/// the gains' excess.
-[[gnu::always_inline]] inline void Amplify(Running& v, Floats filtered, Floats decayed,
-                                           Floats& left, Floats& right)
-{
-    const Floats out = filtered - v.dcState;
-    v.dcState += out * kDcRate;
-    left += out * v.gainL;
-    right += out * v.gainR;
-    v.gainL += v.targetLStep + v.excessL * decayed;
-    v.gainR += v.targetRStep + v.excessR * decayed;
-}
-
-// --- Samples ---
-
-/// A number that is a type.
-template <int value>
-struct Number {
-    constexpr operator int() const { return value; }
+    /// Adds to both sides what has left the ladder, less its slow mean. `decayed` is what is left
+    /// of the gains' excess.
+    void Amplify(Floats decayed, Floats& left, Floats& right)
+    {
+        out -= dcState;
+        dcState += out * kDcRate;
+        left += out * gainL;
+        right += out * gainR;
+        gainL += targetLStep + excessL * decayed;
+        gainR += targetRStep + excessR * decayed;
+    }
 };
 
-/// Takes a step with each of the vectors side by side. Which vector it is has to be a type: with
-/// the counter of a loop, compilers learn too late that fields of an array fit into registers.
-template <int width, class Step>
-[[gnu::always_inline]] inline void ForEach(Step step)
+/// Has each of the vectors side by side take a step. (In a loop over them, compilers would learn
+/// too late that their fields fit into registers.)
+template <class Vector, int width, class Step>
+[[gnu::always_inline]] inline void Each(Vector (&vectors)[width], Step step)
 {
     static_assert(width == 1 || width == 2);
-    step(Number<0>{});
+    step(vectors[0]);
     if constexpr (width == 2)
-        step(Number<1>{});
+        step(vectors[1]);
 }
 
 /// A sample of vectors side by side, from what their oscillators mix to on.
 /// @tparam goesOn  whether a sample follows, whose mix takes the place of this one's
-/// @param decayed  what is left of the gains' excess
-template <unsigned features, bool goesOn, int width>
-[[gnu::always_inline]] inline void Sample(Running (&v)[width], Floats (&mix)[width], Floats decayed,
-                                          Floats& left, Floats& right)
+template <bool goesOn, unsigned features, int width>
+[[gnu::always_inline]] inline void MakeSample(Sounding<features, width> (&vectors)[width],
+                                              Floats decayed, Floats& left, Floats& right)
 {
-    // Saturation; while it waits for itself, what each stage of the ladder will add, or all do.
-    constexpr bool hidesWaits = width > 1 && (kLanes == kQuad || (features & kOutputMix) != 0);
-    Floats t[width], n[width], divisor[width], b1[width], b2[width], b3[width], b4[width];
-    ForEach<width>([&](auto j) { t[j] = mix[j] - v[j].feedback * v[j].u4; });
-    ForEach<width>([&](auto j) { b2[j] = v[j].u1 - v[j].k * v[j].u2; });
-    ForEach<width>([&](auto j) { n[j] = NegativePart(t[j]); });
-    ForEach<width>([&](auto j) { divisor[j] = 1.0f + n[j] * n[j]; });
-    ForEach<width>([&](auto j) { b1[j] = v[j].x - v[j].k * v[j].u1; });
-    ForEach<width>([&](auto j) { b4[j] = v[j].u3 - v[j].k * v[j].u4; });
-    ForEach<width>([&](auto j) { b3[j] = v[j].u2 - v[j].k * v[j].u3; });
-    if constexpr (!hidesWaits)
-        ForEach<width>([&](auto j) { b4[j] += (b1[j] + b2[j]) + b3[j]; });
-    ForEach<width>([&](auto j) { v[j].x = t[j] / divisor[j]; });
-
+    using Vector = Sounding<features, width>;
+    Each(vectors, [](Vector& v) { v.BeginSaturation(); });
+    Each(vectors, [](Vector& v) { v.FillBrackets(); });
+    Each(vectors, [](Vector& v) { v.EndSaturation(); });
     if constexpr (goesOn)
-        ForEach<width>([&](auto j) { mix[j] = Oscillate<features>(v[j]); });
-
-    ForEach<width>([&](auto j) { v[j].u1 = v[j].x + b1[j]; });
-    ForEach<width>([&](auto j) { v[j].u2 = v[j].u1 + b2[j]; });
-    ForEach<width>([&](auto j) { v[j].u3 = v[j].u2 + b3[j]; });
-    ForEach<width>([&](auto j) { v[j].u4 = (hidesWaits ? v[j].u3 : v[j].x) + b4[j]; });
-
-    Floats out[width];
-    ForEach<width>([&](auto j) { out[j] = v[j].weight4 * v[j].u4; });
-    if constexpr (features & kOutputMix)
-        ForEach<width>([&](auto j) { out[j] += v[j].weight3 * v[j].u3 + v[j].weightX * v[j].x; });
-    ForEach<width>([&](auto j) { Amplify(v[j], out[j], decayed, left, right); });
+        Each(vectors, [](Vector& v) { v.Oscillate(); });
+    Each(vectors, [](Vector& v) { v.ClimbLadder(); });
+    Each(vectors, [](Vector& v) { v.LeaveLadder(); });
+    Each(vectors, [&](Vector& v) { v.Amplify(decayed, left, right); });
 }
 
 /// Sums of a stretch of samples, per lane: short enough for the first-level cache.
@@ -331,28 +359,28 @@ struct Sums {
 template <unsigned features, int width>
 [[gnu::flatten]] void Pass(Running* voices, Sums& sums, int samples, float gainSmoothing)
 {
-    Running v[width];
-    Floats mix[width];
-    ForEach<width>([&](auto j) { v[j] = voices[j]; });
-    ForEach<width>([&](auto j) { mix[j] = Oscillate<features>(v[j]); });
+    using Vector = Sounding<features, width>;
+    Vector vectors[width];
+    vectors[0].Begin(voices[0]);
+    if constexpr (width == 2)
+        vectors[1].Begin(voices[1]);
+    Each(vectors, [](Vector& v) { v.Oscillate(); });
     const Floats decay = All(1.0f - gainSmoothing);
     Floats decayed = All(1.0f);
     const int last = samples - 1;
     for (int i = 0; i < last; ++i) {
         Floats left = sums.left[i];
         Floats right = sums.right[i];
-        Sample<features, true>(v, mix, decayed, left, right);
+        MakeSample<true>(vectors, decayed, left, right);
         sums.left[i] = left;
         sums.right[i] = right;
         decayed *= decay;
     }
-    Sample<features, false>(v, mix, decayed, sums.left[last], sums.right[last]);
+    MakeSample<false>(vectors, decayed, sums.left[last], sums.right[last]);
     decayed *= decay;
-    ForEach<width>([&](auto j) {
-        v[j].excessL *= decayed;
-        v[j].excessR *= decayed;
-        voices[j] = v[j];
-    });
+    vectors[0].End(decayed, voices[0]);
+    if constexpr (width == 2)
+        vectors[1].End(decayed, voices[1]);
 }
 
 [[gnu::always_inline]] inline Quad SumOfQuads(const Floats& lanes)
