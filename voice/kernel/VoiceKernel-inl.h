@@ -274,17 +274,20 @@ struct Sounding : Running {
 
     // What each stage of the ladder adds needs nothing of the new sample: it is worked out while
     // the saturation waits for itself.
-    void BeginSaturation()
+    void FeedBack()
     {
         t = mix - feedback * u4;
         b2 = u1 - k * u2;
-        b4 = u3 - k * u4;
+    }
+    void BeginSaturation()
+    {
         const Floats n = NegativePart(t);
         divisor = 1.0f + n * n;
     }
     void FillBrackets()
     {
         b1 = x - k * u1;
+        b4 = u3 - k * u4;
         b3 = u2 - k * u3;
     }
     void EndSaturation()
@@ -293,10 +296,13 @@ struct Sounding : Running {
             b4 += (b1 + b2) + b3; // all that the ladder adds
         x = t / divisor;
     }
-    void ClimbLadder()
+    void EnterLadder()
     {
         u1 = x + b1;
         u2 = u1 + b2;
+    }
+    void ClimbLadder()
+    {
         u3 = u2 + b3;
         u4 = (kHidesWaits ? u3 : x) + b4;
     }
@@ -338,11 +344,13 @@ template <bool goesOn, unsigned features, int width>
                                               Floats decayed, Floats& left, Floats& right)
 {
     using Vector = Sounding<features, width>;
+    Each(vectors, [](Vector& v) { v.FeedBack(); });
     Each(vectors, [](Vector& v) { v.BeginSaturation(); });
     Each(vectors, [](Vector& v) { v.FillBrackets(); });
     Each(vectors, [](Vector& v) { v.EndSaturation(); });
     if constexpr (goesOn)
         Each(vectors, [](Vector& v) { v.Oscillate(); });
+    Each(vectors, [](Vector& v) { v.EnterLadder(); });
     Each(vectors, [](Vector& v) { v.ClimbLadder(); });
     Each(vectors, [](Vector& v) { v.LeaveLadder(); });
     Each(vectors, [&](Vector& v) { v.Amplify(decayed, left, right); });
