@@ -36,11 +36,18 @@ bool CpuHasAvx512()
            __builtin_cpu_supports("avx512dq") && __builtin_cpu_supports("avx512bw") &&
            __builtin_cpu_supports("avx512vl");
 }
+
+/// Few voices wait for their filters, and the longer the wider the vectors are.
+void RenderAvx512(const KernelJob& job)
+{
+    constexpr int kVoicesOfAvx2 = 8; // in one vector
+    (job.voiceCount <= kVoicesOfAvx2 ? avx2::Render : avx512::Render)(job);
+}
 #endif
 
 constexpr VoiceKernel kKernelsBestFirst[] = {
 #if defined(KELDRA_X86_KERNELS)
-    {"avx512", CpuHasAvx512, avx512::Render},
+    {"avx512", CpuHasAvx512, RenderAvx512},
     {"avx2", CpuHasAvx2AndFma, avx2::Render},
 #endif
     {"baseline", EveryCpu, baseline::Render},
