@@ -50,7 +50,7 @@ struct KernelJob {
 /// sound like. Whatever goals and states hold, the states come out finite one block later.
 using KernelRender = void (*)(const KernelJob&);
 
-/// The same code compiled for one instruction set.
+/// The same code compiled for one instruction set; the widest one leaves a few voices to the next.
 struct VoiceKernel {
     std::string_view name;
     bool (*runsHere)(); ///< whether this processor has the instructions
