@@ -51,9 +51,9 @@ void CDelay::SetSampleRate(double hz)
 
 void CDelay::SetTempo(double bpm)
 {
-    if (!(bpm > 0.0) || !std::isfinite(bpm) || bpm == tempo_)
+    if (!(bpm >= 0.0) || !std::isfinite(bpm) || bpm == tempo_)
         return;
-    tempo_ = bpm;
+    tempo_ = std::fabs(bpm); // no -0: the time it gives is infinite, and limited then
     SetTime(kLeft);
     SetTime(kRight);
 }

@@ -22,7 +22,8 @@ public:
     /// Builds both lines anew, empty, two seconds long. Settings stay.
     /// @param hz  1000 .. 1 000 000; else everything stays as it is
     void SetSampleRate(double hz);
-    /// @param bpm  beats per minute; what isn't above 0 or not finite keeps the last tempo
+    /// @param bpm  beats per minute; 0: the longest time. Below 0 or not finite keeps the last
+    /// tempo
     void SetTempo(double bpm);
 
     void SetEnabled(bool on);       ///< a change empties the tapes, the same value again doesn't

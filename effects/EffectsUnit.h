@@ -24,8 +24,7 @@ public:
     /// Has the system's memory for all tapes ready, so that Process needn't wait for it; erases
     /// those that hadn't. Control thread, before processing.
     void TouchMemory();
-    /// Of the host, in beats per minute, once a block; what isn't above 0 or not finite keeps the
-    /// last one.
+    /// Of the host, in beats per minute, once a block: see CDelay::SetTempo.
     void SetTempo(double bpm) { delay_.SetTempo(bpm); }
 
     void Reset(); ///< silence everywhere; settings stay

@@ -52,6 +52,14 @@ void CTape::Erase()
     isMute_ = true;
 }
 
+void CTape::PassSilence()
+{
+    if (!lapIsEmpty_)
+        return;
+    head_ = 0.0;
+    Places()[-1] = 1.0; // the end of the lap before
+}
+
 int CTape::StretchLimit(double widestStep) const
 {
     // A stretch ends less than 3/4 of a lap beyond the place H where it began, so it reads more

@@ -59,6 +59,11 @@ public:
     /// @param isAudible  some of them are worth being read; a lap where none is will be mute
     void Record(const float* written, int samples, bool isAudible);
 
+    /// Silence passes that isn't laid down. On an empty tape the place of the head means nothing:
+    /// it stands at 0 then, and the last of the silence where it stands, so that the first sample
+    /// laid isn't drawn out over the rest of the lap.
+    void PassSilence();
+
     /// Play gives silence until the end of this lap.
     [[nodiscard]] bool IsMute() const { return isMute_; }
     /// Nothing recorded on this lap so far is audible.

@@ -9,6 +9,7 @@ namespace keldra {
 namespace {
 
 constexpr double kHighestLoopGain = 0.99;
+constexpr float kWetGlide = 0.01f; ///< of the wet gain's way to its target, a sample
 
 int LongestLap(int length)
 {
@@ -78,6 +79,12 @@ void CTapeDelay::SetHighPass(float hz, double sampleRate)
     const float omega = CutOmega(hz, sampleRate);
     if (omega == highPassOmega_)
         return;
+    // The state holds a slope that the cut before left. A far lower one would take it on for long,
+    // and far: a thump many times louder than the sound.
+    if (omega < 0.5f * highPassOmega_) {
+        highPass_.x2 = highPass_.x1;
+        highPass_.y2 = highPass_.y1;
+    }
     highPassOmega_ = omega;
     keldra::SetHighPass(highPass_, omega);
     UpdateLoop();
@@ -194,7 +201,7 @@ void CTapeDelay::FilterBoth(CTapeDelay& left, CTapeDelay& right, float* leftEcho
 
 float CTapeDelay::NextWet(float smoothed) const
 {
-    return WithoutTiny(smoothed + (wet_ - smoothed) * 0.01f);
+    return WithoutTiny(smoothed + (wet_ - smoothed) * kWetGlide);
 }
 
 void CTapeDelay::Record(const float* input, float* echo, int samples)
@@ -226,9 +233,14 @@ void CTapeDelay::Record(const float* input, float* echo, int samples)
 
 void CTapeDelay::PassSilence(int samples)
 {
-    // On an empty tape the place of the head means nothing, and nobody hears speed and wet glide.
-    motor_.speed = motor_.targetSpeed;
-    wetSmoothed_ = wet_;
+    tape_.PassSilence();
+    // Nobody hears speed and wet glide, but how far they have come when the sound begins.
+    if (motor_.speed != motor_.targetSpeed)
+        motor_.speed = motor_.targetSpeed + (motor_.speed - motor_.targetSpeed) *
+                                                std::pow(1.0 - TapeMotor::kGlide, samples);
+    if (NextWet(wetSmoothed_) != wetSmoothed_)
+        wetSmoothed_ =
+            wet_ + (wetSmoothed_ - wet_) * static_cast<float>(std::pow(1.0 - kWetGlide, samples));
     const double phase = motor_.lfoPhase + samples * motor_.lfoIncrement;
     motor_.lfoPhase = phase - static_cast<double>(static_cast<std::int64_t>(phase));
 }

@@ -40,9 +40,9 @@ public:
 
     /// Cut frequencies, limited to 10 Hz (kLowestOmega at high rates) .. sampleRate / 2.1.
     void SetLowPass(float hz, double sampleRate);
-    void SetHighPass(float hz, double sampleRate);
-    void EnableLowPass();  ///< clears the stage if it was off
-    void EnableHighPass(); ///< likewise
+    void SetHighPass(float hz, double sampleRate); ///< far down at once: without the old slope
+    void EnableLowPass();                          ///< clears the stage if it was off
+    void EnableHighPass();                         ///< likewise
 
     /// Writes to the whole tape, if nobody did, so that the system has its memory ready; it is
     /// empty then. Control thread.

@@ -18,6 +18,8 @@ struct TapeMotor {
     /// is N).
     static constexpr double kWidestStep = 0.2;
 
+    static constexpr double kGlide = 0.005; ///< of the speed's way to its target, a sample
+
     /// Runs for a sample. @return its way in laps, minSpeed .. kWidestStep
     double Step();
 
@@ -28,8 +30,6 @@ struct TapeMotor {
     }
 
 private:
-    static constexpr double kGlide = 0.005; ///< of the rest, a sample
-
     [[nodiscard]] double Limit(double step) const
     {
         return std::max(minSpeed, std::min(kWidestStep, step));

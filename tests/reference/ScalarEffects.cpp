@@ -34,6 +34,11 @@ void ScalarStage::Set(float hz, float q, double rate)
     const auto fs = static_cast<float>(rate);
     hz = std::min(std::max(hz, 10.0f), fs / 2.1f);
     const float w = std::max(6.2831853f * hz / fs, 5e-4f);
+    if (sign < 0.0f && w < 0.5f * omega) { // a far lower cut takes no slope on
+        x2 = x1;
+        y2 = y1;
+    }
+    omega = w;
     const float sn = std::sin(w);
     const float cs = std::cos(w);
     b = Flushed((1.0f - sign * cs) / (sn / q + 2.0f));

@@ -9,6 +9,7 @@ namespace keldra {
 struct ScalarStage {
     bool enabled = false;
     float sign = 1.0f; ///< +1 low-pass, -1 high-pass
+    float omega = 0.0f;
     float b = 0, a1 = 0, a2 = 0;
     float x1 = 0, x2 = 0, y1 = 0, y2 = 0;
 
