@@ -4,8 +4,9 @@ namespace keldra {
 
 /// What a voice is to come to in a block. PrepareBlock makes it of note, knobs, envelopes and LFO;
 /// the kernel, which has all voices side by side, turns it into increments, steps and coefficients.
-/// T and Wide are float and double for a voice, vectors in the kernel. Any float is allowed, the
-/// kernel limits them. Fields move by rows of four, the lines below.
+/// T and Wide are float and double for a voice, vectors in the kernel. Cutoff and resonance are
+/// within their ranges; of the others any float is allowed, the kernel limits them. Fields move by
+/// rows of four, the lines below.
 template <class Wide, class T>
 struct GoalFields {
     Wide octavesA, octavesB; ///< of the pitches above 220 Hz, at most 100 either way
