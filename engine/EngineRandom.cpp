@@ -1,5 +1,7 @@
 #include "engine/EngineRandom.h"
 
+#include <cmath>
+
 namespace keldra {
 
 CRandomSequence& EngineSequence()
@@ -10,7 +12,8 @@ CRandomSequence& EngineSequence()
 
 float DrawEngineRandom()
 {
-    return static_cast<float>(EngineSequence().Draw()) * 0x1p-32f;
+    // The highest states would round up to 1.
+    return std::fmin(static_cast<float>(EngineSequence().Draw()) * 0x1p-32f, 0x1.fffffep-1f);
 }
 
 } // namespace keldra

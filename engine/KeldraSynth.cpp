@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "frame/MidiControllers.h"
 #include "frame/Numbers.h"
 #include "frame/PluginInstance.h"
 #include "frame/Text.h"
@@ -20,13 +21,6 @@ constexpr double kRateBeforeFirst = 44100.0;
 constexpr float kDriftSemitones = 0.01f;
 constexpr char kProgramExtension[] = "keldra";
 constexpr double kUnknownPosition = -1.0;
-
-constexpr int kVolume = 7;
-constexpr int kPan = 10;
-constexpr int kBankSelectFine = 32;
-constexpr int kSustain = 64;
-constexpr int kResetAllControllers = 121;
-constexpr int kAllNotesOff = 123;
 
 } // namespace
 
@@ -191,7 +185,7 @@ void KeldraSynth::SetParameter(int index, float value)
         CSynthesizer::SetParameter(index, value);
         return;
     }
-    RequestChange({EngineChange::EKind::Parameter, index, value, nullptr});
+    RequestChange({EngineChange::EKind::Parameter, index, value});
 }
 
 float KeldraSynth::GetParameter(int index) const
@@ -215,27 +209,12 @@ void KeldraSynth::GetParameterDisplay(int index, std::span<char> text) const
 
 int KeldraSynth::GetChunk(void* buffer) const
 {
-    if (buffer != nullptr) {
-        std::array<float, kParameterCount> values;
-        CopyValues(values);
-        std::array<char, CSharedName::kSize> name;
-        GetProgramName(name);
-        WriteStateBlock(
-            values, TextIn(name),
-            std::span<std::byte, kStateSize>(static_cast<std::byte*>(buffer), kStateSize));
-    }
-    return static_cast<int>(kStateSize);
+    return SaveState(buffer);
 }
 
 bool KeldraSynth::SetChunk(const void* data, int size)
 {
-    const bool empty = data == nullptr || size <= 0;
-    const StateBlockContent content = ReadStateBlock(
-        {static_cast<const std::byte*>(data), empty ? 0 : static_cast<std::size_t>(size)});
-    ChangeProgram({content.valueCount, EImport::Everything, content.values});
-    const bool hasName = content.Accepted() && content.hasName;
-    SetProgramName(hasName ? content.name.data() : "<noname>");
-    return content.Accepted();
+    return LoadState(data, size);
 }
 
 // --- MIDI ---
@@ -255,20 +234,11 @@ void KeldraSynth::NoteOff(int key)
 void KeldraSynth::ControlChange(int controller)
 {
     CSynthesizer::ControlChange(controller);
-    if (controller != kSustain && controller != kResetAllControllers &&
-        controller != kAllNotesOff) {
-        const float value = Controller(controller);
-        for (int index = 0; index < kParameterCount; ++index)
-            if (linkMap_[static_cast<std::size_t>(index)].load(std::memory_order_relaxed) ==
-                controller) {
-                ReportAutomation(index, value);
-                SetParameter(index, value);
-                Feedback().MarkParameter(index);
-            }
-    }
-    if (controller == kVolume || controller == kPan)
+    if (controller != kCcSustain && controller != kCcResetAll && controller != kCcAllNotesOff)
+        FireLinks(controller);
+    if (controller == kCcVolume || controller == kCcPan)
         return;
-    if (controller == kBankSelectFine) {
+    if (controller == kCcBankSelectFine) {
         presets_->SelectBankFromMemory(TruncateToInt(Controller(controller) * 127.0f));
         return;
     }
@@ -284,8 +254,21 @@ void KeldraSynth::ProgramChange(int program)
 
 void KeldraSynth::SetLink(int parameter, int controller)
 {
-    if (parameter >= 0 && parameter < kParameterCount)
-        linkMap_[static_cast<std::size_t>(parameter)].store(static_cast<signed char>(controller));
+    if (parameter >= 0 && parameter < kHostParameterCount) // its stored value, which is followed
+        SetParameter(kFirstControllerLink + parameter,
+                     static_cast<float>(static_cast<signed char>(controller)));
+    else if (parameter >= 0 && parameter < kParameterCount)
+        FollowLink(parameter, controller);
+}
+
+void KeldraSynth::FollowLink(int parameter, int controller)
+{
+    const auto link = static_cast<signed char>(controller);
+    const signed char before = linkMap_[static_cast<std::size_t>(parameter)].exchange(link);
+    if (link >= 0)
+        ++linksOf_[static_cast<std::size_t>(link)];
+    if (before >= 0)
+        --linksOf_[static_cast<std::size_t>(before)];
 }
 
 int KeldraSynth::GetLink(int parameter) const
@@ -303,8 +286,25 @@ void KeldraSynth::ClearAllLinks()
 {
     for (int index = 0; index < kHostParameterCount; ++index) {
         SetParameter(kFirstControllerLink + index, -1.0f);
-        SetParameter(index, GetParameter(index));
+        // Applied again without being stored again: another thread may set it just now.
+        RequestChange({EngineChange::EKind::Parameter, index, GetParameter(index)});
     }
+}
+
+/// Every value of a controller sets the parameters that are linked to it.
+void KeldraSynth::FireLinks(int controller)
+{
+    if (linksOf_[static_cast<std::size_t>(controller)] == 0)
+        return;
+    const float value = Controller(controller);
+    for (int index = 0; index < kParameterCount; ++index)
+        if (linkMap_[static_cast<std::size_t>(index)].load(std::memory_order_relaxed) ==
+                controller &&
+            !IsSetSince(index)) {
+            ReportAutomation(index, value);
+            SetParameter(index, value);
+            Feedback().MarkParameter(index);
+        }
 }
 
 } // namespace keldra

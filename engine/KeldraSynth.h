@@ -64,6 +64,8 @@ protected:
 private:
     void ApplyNamed(int index, float value);
     void ApplyEngineSetting(int index, float value);
+    void FollowLink(int parameter, int controller);
+    void FireLinks(int controller);
     void SmoothParameters();
     void RebuildActiveList();
     void RenderVoicesInto(float* left, float* right, int frames);
@@ -82,6 +84,7 @@ private:
     CTranceGate gate_;
     EffectsUnit effects_;
     std::array<std::atomic<signed char>, kParameterCount> linkMap_;
+    std::array<std::atomic<std::uint8_t>, 128> linksOf_{}; ///< parameters linked to a controller
     std::atomic<int> selectedParameter_{-1};
     bool transportPlaying_ = false;
     double framesSincePosition_ = 0.0; ///< rendered since the host told the song position

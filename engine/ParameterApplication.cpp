@@ -2,6 +2,7 @@
 #include <cmath>
 
 #include "engine/KeldraSynth.h"
+#include "frame/MidiControllers.h"
 #include "frame/Numbers.h"
 
 // What every parameter does. The stored value stays exactly as it was set; what is applied is
@@ -43,10 +44,10 @@ void KeldraSynth::ApplyParameter(int index, float value)
     } else if (index >= kSpare74 && index <= kLfoSync) {
         ApplyEngineSetting(index, value);
     } else if (index >= kFirstControllerLink && index <= kLastControllerLink) {
-        SetLink(index - kFirstControllerLink, TruncateToInt(value));
+        FollowLink(index - kFirstControllerLink, TruncateToInt(value));
     } else if (index == kModWheelValue) {
-        SetController(1, Clamped(value, 0.0f, 1.0f));
-        ControlChange(1);
+        SetController(kCcModWheel, Clamped(value, 0.0f, 1.0f));
+        ControlChange(kCcModWheel);
     } else if (index == kPitchBendValue) {
         SetBend(Bipolar(Clamped(value, 0.0f, 1.0f)));
         PitchBendChanged();

@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "engine/EngineRandom.h"
+#include "frame/MidiControllers.h"
 #include "frame/Numbers.h"
 #include "frame/PluginInstance.h"
 #include "frame/PluginWrapper.h"
@@ -13,16 +14,6 @@ namespace keldra {
 
 namespace {
 
-// Controllers that the engine itself understands.
-constexpr int kModWheelController = 1;
-constexpr int kVolume = 7;
-constexpr int kPan = 10;
-constexpr int kBankSelectFine = 32;
-constexpr int kSustain = 64;
-constexpr int kResetAllControllers = 121;
-constexpr int kAllNotesOff = 123;
-constexpr int kPolyModeOn = 127;
-
 constexpr float kRestingGlidePitch = 48.0f;
 constexpr double kMaxTempo = 100000.0;
 
@@ -31,8 +22,8 @@ constexpr double kMaxTempo = 100000.0;
 CSynthesizer::CSynthesizer() : arpeggiator_(*this)
 {
     patch_.keys = &Keys();
-    SetController(kVolume, 1.0f);
-    SetController(kPan, 0.5f);
+    SetController(kCcVolume, 1.0f);
+    SetController(kCcPan, 0.5f);
 }
 
 // --- Notes ---
@@ -49,7 +40,7 @@ void CSynthesizer::NoteOn(int key)
 
 void CSynthesizer::NoteOff(int key)
 {
-    if (Controller(kSustain) != 0.0f)
+    if (Controller(kCcSustain) != 0.0f)
         return;
     heldKeys_.Clear(key);
     if (arpeggiatorOn_)
@@ -139,6 +130,8 @@ void CSynthesizer::MonoNoteOff(int key)
 
 void CSynthesizer::ReleaseVoicesOf(int key)
 {
+    if (Keys().voiceCount[static_cast<std::size_t>(key)] == 0) // all keys at once are let go often
+        return;
     for (CVoiceGenerator* voice = firstVoice_; voice != nullptr; voice = voice->next)
         if (voice->note == key) {
             voice->released = true;
@@ -208,7 +201,7 @@ void CSynthesizer::KeyboardNote(int key, float velocity)
 {
     if (key < 0 || key >= kKeyCount)
         return;
-    RequestChange({EngineChange::EKind::KeyboardNote, key, velocity, nullptr});
+    RequestChange({EngineChange::EKind::KeyboardNote, key, velocity});
     // That host owns the notes: it sends back what it makes of them.
     if (CPluginInstance::Get().HostKind() != EHostKind::Native || HostWrapper() == nullptr)
         return;
@@ -234,19 +227,19 @@ void CSynthesizer::ApplyKeyboardNote(int key, float velocity)
 
 void CSynthesizer::ControlChange(int controller)
 {
-    if (controller == kModWheelController)
-        patch_.modWheel = Controller(kModWheelController);
-    if (controller == kSustain)
+    if (controller == kCcModWheel)
+        patch_.modWheel = Controller(kCcModWheel);
+    if (controller == kCcSustain)
         ReleaseSustained();
-    else if (controller == kResetAllControllers)
+    else if (controller == kCcResetAll)
         ResetAllControllers();
-    else if (controller == kAllNotesOff)
+    else if (controller == kCcAllNotesOff)
         ReleaseAllNotes();
 }
 
 void CSynthesizer::ReleaseSustained()
 {
-    if (Controller(kSustain) != 0.0f)
+    if (Controller(kCcSustain) != 0.0f)
         return;
     for (int key = 0; key < kKeyCount; ++key)
         if (KeyVelocity(key) == 0.0f && heldKeys_.IsHeld(key))
@@ -257,21 +250,21 @@ void CSynthesizer::ResetAllControllers()
 {
     for (int controller = 0; controller < 128; ++controller)
         SetController(controller, 0.0f);
-    SetController(kVolume, 1.0f);
-    SetController(kPan, 0.5f);
-    for (int controller = 0; controller < kPolyModeOn; ++controller)
-        if (controller != kBankSelectFine && controller != kSustain &&
-            controller != kResetAllControllers && controller != kAllNotesOff)
+    SetController(kCcVolume, 1.0f);
+    SetController(kCcPan, 0.5f);
+    for (int controller = 0; controller < kCcPolyModeOn; ++controller)
+        if (controller != kCcBankSelectFine && controller != kCcSustain &&
+            controller != kCcResetAll && controller != kCcAllNotesOff)
             ControlChange(controller);
 }
 
 void CSynthesizer::ReleaseAllNotes()
 {
-    const float sustain = Controller(kSustain);
-    SetController(kSustain, 0.0f);
+    const float sustain = Controller(kCcSustain);
+    SetController(kCcSustain, 0.0f);
     for (int key = 0; key < kKeyCount; ++key)
         MidiNoteOff(key, 0);
-    SetController(kSustain, sustain);
+    SetController(kCcSustain, sustain);
 }
 
 void CSynthesizer::PitchBendChanged()
@@ -363,10 +356,10 @@ void CSynthesizer::SetSampleRate(double hz)
 
 float CSynthesizer::OutputGain(int channel) const
 {
-    const float gain = gain_ * Controller(kVolume) * 0.5f;
+    const float gain = gain_ * Controller(kCcVolume) * 0.5f;
     if (!(gain > 0.0f))
         return 0.0f;
-    const float pan = Clamped((Controller(kPan) - 0.5f + kPanOffset) * 2.0f, 0.0f, 2.0f);
+    const float pan = Clamped((Controller(kCcPan) - 0.5f + kPanOffset) * 2.0f, 0.0f, 2.0f);
     if (channel == 0)
         return pan < 1.0f ? gain * pan : gain;
     return pan > 1.0f ? gain * (2.0f - pan) : gain;

@@ -51,6 +51,7 @@ struct EngineChange {
     int index = 0;
     float value = 0.0f;
     ProgramValues* program = nullptr; ///< in the queue: owned by it
+    std::uint64_t storesBefore = 0;   ///< how many times values had been stored when it was made
 };
 
 /// Changes on their way from any thread to the one that has the engine, in the order in which they

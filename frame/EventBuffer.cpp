@@ -14,7 +14,6 @@ void CEventBuffer::MidiProgramChange(int) {}
 
 EventNode* CEventBuffer::AddEvent(std::uint32_t time, int)
 {
-    ++count_;
     if (tail_ != nullptr && time < tail_->time)
         return nullptr;
     if (poolUsed_ == kCapacity) {
@@ -22,7 +21,7 @@ EventNode* CEventBuffer::AddEvent(std::uint32_t time, int)
         return nullptr;
     }
     EventNode* node = &pool_[static_cast<std::size_t>(poolUsed_++)];
-    *node = EventNode{time, 4, {}, nullptr};
+    *node = EventNode{time, 4, {}, era_.load(), nullptr};
     (tail_ != nullptr ? tail_->next : head_) = node;
     tail_ = node;
     return node;
@@ -94,8 +93,16 @@ void CEventBuffer::ClearEvents()
 {
     head_ = tail_ = nullptr;
     poolUsed_ = 0;
-    count_ = 0;
     lostEvents_ = false;
+}
+
+void CEventBuffer::DropOutdatedEvents()
+{
+    const std::uint16_t era = era_.load();
+    while (head_ != nullptr && head_->era != era)
+        head_ = head_->next;
+    if (head_ == nullptr)
+        tail_ = nullptr;
 }
 
 void CEventBuffer::MoveEventsToStart()

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <cstdint>
 #include <memory>
 
@@ -14,11 +15,13 @@ struct EventNode {
     std::uint32_t time = 0; ///< frames from the start of the host block
     std::uint16_t size = 0; ///< always 4
     MidiMessage message{};
+    std::uint16_t era = 0; ///< of the queue's when it was added
     EventNode* next = nullptr;
 };
 
 /// A time-stamped queue of MIDI messages for one host block, and their translation into calls.
-/// Processing thread only. Nodes come from a pool made at construction: nothing here allocates.
+/// Processing thread only, except where said. Nodes come from a pool made at construction: nothing
+/// here allocates.
 class CEventBuffer {
 public:
     /// Most events that one block may hold; what comes beyond is discarded.
@@ -64,19 +67,21 @@ public:
     /// out.
     void MoveEventsToStart();
 
+    /// From now on what has been queued so far is out of date. Any thread.
+    void BeginEra() { era_.fetch_add(1); }
+    /// Takes off the queue what was added before the last BeginEra.
+    void DropOutdatedEvents();
+
     /// An event has found no room since the last ClearEvents.
     [[nodiscard]] bool LostEvents() const { return lostEvents_; }
-
-    /// Calls of AddEvent since the last ClearEvents, discarded ones included.
-    [[nodiscard]] int EventCount() const { return count_; }
 
 private:
     std::unique_ptr<EventNode[]> pool_;
     int poolUsed_ = 0;
     EventNode* head_ = nullptr;
     EventNode* tail_ = nullptr;
-    int count_ = 0;
     bool lostEvents_ = false;
+    std::atomic<std::uint16_t> era_{0};
 };
 
 } // namespace keldra

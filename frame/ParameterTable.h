@@ -1,7 +1,9 @@
 #pragma once
 
 #include <array>
+#include <bit>
 #include <cstddef>
+#include <cstdint>
 #include <span>
 #include <string>
 #include <string_view>
@@ -304,7 +306,8 @@ static_assert(kLastControllerLink == 154 && kParameterCount == 156);
 /// A switch: off only at exactly 0.
 [[nodiscard]] constexpr bool IsOn(float value)
 {
-    return value != 0.0f;
+    // By its bits: processing threads take a denormal number for 0.
+    return (std::bit_cast<std::uint32_t>(value) & 0x7FFFFFFFu) != 0;
 }
 
 /// The position that a selector's value chooses, 0 .. last. The 0.0001 makes k / last, as stored in

@@ -2,12 +2,15 @@
 
 #include <algorithm>
 #include <bit>
+#include <chrono>
 #include <functional>
 #include <thread>
 #include <utility>
 
+#include "frame/MidiControllers.h"
 #include "frame/PluginInstance.h"
 #include "frame/PluginWrapper.h"
+#include "frame/StateBlock.h"
 #include "frame/Text.h"
 
 namespace keldra {
@@ -15,7 +18,7 @@ namespace keldra {
 namespace {
 
 constexpr int kDefaultBlockFrames = 512;
-constexpr MidiMessage kAllNotesOff = {0xB0, 123, 0, 0};
+constexpr MidiMessage kAllNotesOff = {0xB0, kCcAllNotesOff, 0, 0};
 
 bool SameBits(float a, float b)
 {
@@ -96,7 +99,7 @@ void CPluginRenderer::MidiProgramChange(int program)
 void CPluginRenderer::SetController(int controller, float value)
 {
     controllers_[static_cast<std::size_t>(controller)] = value;
-    if (controller == 1)
+    if (controller == kCcModWheel)
         wheels_.mod.store(value);
 }
 
@@ -162,8 +165,21 @@ void CPluginRenderer::SetParameter(int index, float value)
 {
     if (!IsStored(index))
         return;
-    records_[static_cast<std::size_t>(index)].value.store(value);
-    RequestChange({EngineChange::EKind::Parameter, index, value, nullptr});
+    Store(index, value);
+    RequestChange({EngineChange::EKind::Parameter, index, value});
+}
+
+void CPluginRenderer::Store(int index, float value)
+{
+    ParameterRecord& record = records_[static_cast<std::size_t>(index)];
+    record.store.store(stores_.fetch_add(1) + 1);
+    record.value.store(value);
+}
+
+bool CPluginRenderer::IsSetSince(int index) const
+{
+    return gate_.CallerOwnsEngine() && drained_ != nullptr &&
+           records_[static_cast<std::size_t>(index)].store.load() > drained_->storesBefore;
 }
 
 void CPluginRenderer::SetParameterName(int index, std::string_view name)
@@ -237,6 +253,7 @@ void CPluginRenderer::ProcessBlock(const HostBuffers& buffers, EMode mode)
         return;
     const CProcessingOperation operation(*this);
     if (operation.MayRun()) {
+        DropOutdatedEvents();
         RunBlockLoop(buffers, mode);
         if (LostEvents())
             DispatchMessage(kAllNotesOff); // the end of a note may be among them
@@ -297,11 +314,17 @@ void CPluginRenderer::RunBlockLoop(const HostBuffers& buffers, EMode mode)
 
 void CPluginRenderer::SwitchProcessing(bool on)
 {
-    CControlOperation operation(*this, CControlScope::EWhen::Always);
-    operation.TurnProcessing(on);
-    SetSampleRate(0.0);
-    if (on)
-        PrepareToProcess();
+    {
+        CControlOperation operation(*this, CControlScope::EWhen::Always);
+        operation.TurnProcessing(on);
+        SetSampleRate(0.0);
+        if (on)
+            PrepareToProcess();
+    }
+    // A note that waits for the next block would sound after the resume, and no host would end it.
+    // When the engine has been let go: a block left out meanwhile has queued its events before.
+    if (!on)
+        BeginEra();
 }
 
 void CPluginRenderer::ChangeSampleRate(double hz, EStart start)
@@ -314,13 +337,15 @@ void CPluginRenderer::ChangeSampleRate(double hz, EStart start)
 
 void CPluginRenderer::ChangeProgram(const ProgramValues& change)
 {
-    StoreProgram(change);
     if (gate_.CallerOwnsEngine()) {
+        StoreProgram(change);
         ApplyProgram(change);
+        AgreeWithStored();
         return;
     }
     changes_.CollectRetired();
-    auto copy = std::make_unique<ProgramValues>(change);
+    auto copy = std::make_unique<ProgramValues>(change); // before anything is stored: it may throw
+    StoreProgram(change);
     RequestChange({EngineChange::EKind::Program, 0, 0.0f, copy.release()});
 }
 
@@ -350,11 +375,12 @@ void CPluginRenderer::StoreProgram(const ProgramValues& program)
 void CPluginRenderer::StoreValues(const ProgramValues& program)
 {
     for (int index = 0; index < kParameterCount; ++index) {
-        auto& value = records_[static_cast<std::size_t>(index)].value;
+        if (IsSetSince(index))
+            continue;
         if (program.Sets(index))
-            value.store(program.values[static_cast<std::size_t>(index)]);
+            Store(index, program.values[static_cast<std::size_t>(index)]);
         else if (program.Resets() && index < kFirstControllerLink)
-            value.store(GetParameterDefault(index));
+            Store(index, GetParameterDefault(index));
     }
 }
 
@@ -364,25 +390,57 @@ void CPluginRenderer::ResetProgram()
     SetProgramName("<noname>");
 }
 
-bool CPluginRenderer::TryCopyValues(std::span<float, kParameterCount> values) const
+template <typename Read>
+bool CPluginRenderer::ReadBetweenLoads(Read&& read) const
 {
     const std::uint32_t ended = loadsEnded_.load();
     const std::uint32_t begun = loadsBegun_.load();
-    for (int index = 0; index < kParameterCount; ++index)
-        values[static_cast<std::size_t>(index)] = GetParameter(index);
+    read();
     return begun == ended && loadsBegun_.load() == begun;
 }
 
 void CPluginRenderer::CopyValues(std::span<float, kParameterCount> values) const
 {
-    // Bounded: if loads never pause, a mixture is better than a host that hangs in a save.
-    for (int attempt = 0; attempt < 1000; ++attempt)
-        if (TryCopyValues(values))
-            return;
+    const auto copy = [&] {
+        for (int index = 0; index < kParameterCount; ++index)
+            values[static_cast<std::size_t>(index)] = GetParameter(index);
+    };
+    // Bounded: if loads never pause, a mixture is better than a host that hangs in a save. And the
+    // engine's owner can't wait for the thread that loads.
+    constexpr int kAttempts = 1000;
+    for (int attempt = 0; attempt < kAttempts && !ReadBetweenLoads(copy); ++attempt)
+        if (!gate_.CallerOwnsEngine())
+            std::this_thread::sleep_for(std::chrono::microseconds(50));
 }
 
-void CPluginRenderer::RequestChange(const EngineChange& change)
+int CPluginRenderer::SaveState(void* buffer) const
 {
+    if (buffer != nullptr) {
+        std::array<float, kParameterCount> values;
+        CopyValues(values);
+        std::array<char, CSharedName::kSize> name;
+        GetProgramName(name);
+        WriteStateBlock(
+            values, TextIn(name),
+            std::span<std::byte, kStateSize>(static_cast<std::byte*>(buffer), kStateSize));
+    }
+    return static_cast<int>(kStateSize);
+}
+
+bool CPluginRenderer::LoadState(const void* data, int size)
+{
+    const bool empty = data == nullptr || size <= 0;
+    const StateBlockContent content = ReadStateBlock(
+        {static_cast<const std::byte*>(data), empty ? 0 : static_cast<std::size_t>(size)});
+    ChangeProgram({content.valueCount, EImport::Everything, content.values});
+    const bool hasName = content.Accepted() && content.hasName;
+    SetProgramName(hasName ? content.name.data() : "<noname>");
+    return content.Accepted();
+}
+
+void CPluginRenderer::RequestChange(EngineChange change)
+{
+    change.storesBefore = stores_.load();
     if (change.kind == EngineChange::EKind::KeyboardNote)
         keyboardWanted_[static_cast<std::size_t>(change.index)].store(change.value);
 
@@ -416,7 +474,9 @@ void CPluginRenderer::RequestChange(const EngineChange& change)
 
 bool CPluginRenderer::PostMidi(const MidiMessage& message)
 {
-    return changes_.Push({EngineChange::EKind::Midi, std::bit_cast<int>(message), 0.0f, nullptr});
+    return changes_.Push({.kind = EngineChange::EKind::Midi,
+                          .index = std::bit_cast<int>(message),
+                          .storesBefore = stores_.load()});
 }
 
 void CPluginRenderer::Apply(const EngineChange& change)
@@ -448,16 +508,27 @@ void CPluginRenderer::Follow(int index, float value)
 }
 
 // Two threads may set one parameter at the same time, and their values may be stored in one order
-// and arrive here in the other. The stored value counts.
+// and arrive here in the other. The stored value counts. It isn't looked at before the queue is
+// empty, for what is stored last may be a change further back in it; nor while a program is being
+// stored, of which a part would be applied: what was told meanwhile is looked at after that
+// program, which comes as a change of its own.
 void CPluginRenderer::AgreeWithStored()
 {
-    for (int index = 0; touched_.any() && index < kParameterCount; ++index) {
+    if (drained_ != nullptr || touched_.none())
+        return;
+    std::array<float, kParameterCount> stored;
+    const auto read = [&] {
+        for (int index = 0; index < kParameterCount; ++index)
+            if (touched_.test(static_cast<std::size_t>(index)))
+                stored[static_cast<std::size_t>(index)] = GetParameter(index);
+    };
+    if (!ReadBetweenLoads(read))
+        return;
+    const auto told = std::exchange(touched_, {});
+    for (int index = 0; index < kParameterCount; ++index) {
         const auto slot = static_cast<std::size_t>(index);
-        if (!touched_.test(slot))
-            continue;
-        touched_.reset(slot);
-        if (const float stored = GetParameter(index); !SameBits(stored, followed_[slot]))
-            ApplyParameter(index, stored);
+        if (told.test(slot) && !SameBits(stored[slot], followed_[slot]))
+            ApplyParameter(index, stored[slot]);
     }
 }
 
@@ -465,45 +536,49 @@ void CPluginRenderer::ApplyProgram(const ProgramValues& program)
 {
     if (program.Resets())
         for (int index = 0; index < kFirstControllerLink; ++index)
-            ApplyParameter(index, GetParameterDefault(index));
+            Follow(index, GetParameterDefault(index));
     for (int index = 0; index < kParameterCount; ++index)
         if (program.Sets(index))
-            ApplyParameter(index, program.values[static_cast<std::size_t>(index)]);
-
-    // As in ApplyAgreed the stored values count; but not while another program is being stored,
-    // which will be the next change: a part of it would be applied.
-    std::array<float, kParameterCount> stored;
-    if (!TryCopyValues(stored))
-        return;
-    for (int index = 0; index < kParameterCount; ++index) {
-        const float value = stored[static_cast<std::size_t>(index)];
-        if (program.Sets(index) &&
-            !SameBits(value, program.values[static_cast<std::size_t>(index)]))
-            ApplyParameter(index, value);
-    }
+            Follow(index, program.values[static_cast<std::size_t>(index)]);
 }
 
 void CPluginRenderer::ApplyPending()
 {
-    changes_.Drain([this](const EngineChange& change) { Apply(change); });
-    if (resync_.load(std::memory_order_relaxed) && resync_.exchange(false))
-        Resync();
+    changes_.Drain([this](const EngineChange& change) {
+        drained_ = &change;
+        Apply(change);
+    });
+    drained_ = nullptr;
+    if (resync_.load(std::memory_order_relaxed) && resync_.exchange(false) && !Resync())
+        resync_.store(true);
     AgreeWithStored();
 }
 
 /// More was changed than the queue holds: follows everything that is stored.
-void CPluginRenderer::Resync()
+/// @return false when a program is being stored: later, then, so that no part of it is applied
+bool CPluginRenderer::Resync()
 {
+    std::array<float, kParameterCount> stored;
+    const auto read = [&] {
+        for (int index = 0; index < kParameterCount; ++index)
+            stored[static_cast<std::size_t>(index)] = GetParameter(index);
+    };
+    if (!ReadBetweenLoads(read))
+        return false;
     for (int index = 0; index < kParameterCount; ++index)
-        Follow(index, GetParameter(index));
-    for (const int wheel : {kModWheelValue, kPitchBendValue})
-        ApplyParameter(wheel, wheel == kModWheelValue ? wheels_.mod.load() : wheels_.bend.load());
+        Follow(index, stored[static_cast<std::size_t>(index)]);
+    // A wheel that stands where the engine has it isn't news, and applied it would move its links.
+    if (const float mod = wheels_.mod.load(); !SameBits(mod, Controller(kCcModWheel)))
+        ApplyParameter(kModWheelValue, mod);
+    if (const float bend = wheels_.bend.load(); !SameBits(bend, 0.5f + 0.5f * bend_))
+        ApplyParameter(kPitchBendValue, bend);
     for (int key = 0; key < kKeyCount; ++key) {
         const auto slot = static_cast<std::size_t>(key);
         const float wanted = keyboardWanted_[slot].load();
         if (wanted != keyboardPlayed_[slot])
-            Apply({EngineChange::EKind::KeyboardNote, key, wanted, nullptr});
+            Apply({EngineChange::EKind::KeyboardNote, key, wanted});
     }
+    return true;
 }
 
 // --- Reports to the host ---

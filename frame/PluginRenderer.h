@@ -163,10 +163,22 @@ protected:
 
     /// Has a change applied in its turn: now when the caller has or can take the engine, else
     /// before the next processing operation. Any thread; waits only while processing is off.
-    void RequestChange(const EngineChange& change);
+    void RequestChange(EngineChange change);
 
-    /// All 156 values as one program, not a mixture of two that another thread is loading.
+    /// All 156 values as one program, not a mixture with one that another thread is loading: waits
+    /// for its end, at most for some 50 ms. Any thread but the processing one.
     void CopyValues(std::span<float, kParameterCount> values) const;
+
+    /// Values and name as a state block. @param buffer  null, or room for it. @return its size in
+    /// bytes. Any thread but the processing one
+    int SaveState(void* buffer) const;
+    /// Takes what a state block holds; what it lacks has its default. Any thread.
+    /// @return true when the block was whole
+    bool LoadState(const void* data, int size);
+
+    /// While a queued change is applied: whether the parameter was set after that change was made.
+    /// What the change brings with it (a controller's links) is older then, and must not be stored.
+    [[nodiscard]] bool IsSetSince(int index) const;
 
     void SetController(int controller, float value);
     [[nodiscard]] float Controller(int controller) const
@@ -201,6 +213,7 @@ private:
 
     struct ParameterRecord {
         std::atomic<float> value{0.0f};
+        std::atomic<std::uint64_t> store{0}; ///< which store it was that set the value
         std::array<char, 128> name{};
     };
     struct Report {
@@ -219,13 +232,16 @@ private:
     void Apply(const EngineChange& change);
     void StoreProgram(const ProgramValues& program);
     void StoreValues(const ProgramValues& program);
+    void Store(int index, float value);
     void ApplyProgram(const ProgramValues& program);
-    /// @return false when a program was being stored meanwhile
-    bool TryCopyValues(std::span<float, kParameterCount> values) const;
+    /// Calls `read`, which reads stored values. @return false when a program was being stored
+    /// meanwhile: what was read is a mixture
+    template <typename Read>
+    bool ReadBetweenLoads(Read&& read) const;
     void Follow(int index, float value);
     void AgreeWithStored();
     void ApplyPending();
-    void Resync();
+    bool Resync();
     void TakeReports(Reports& reports);
     void SendReports(const Reports& reports);
     void RunBlockLoop(const HostBuffers& buffers, EMode mode);
@@ -247,6 +263,8 @@ private:
 
     CEngineGate gate_;
     CEngineChanges changes_;
+    std::atomic<std::uint64_t> stores_{0};  ///< how many times a value was stored
+    const EngineChange* drained_ = nullptr; ///< the queued change that is being applied
     std::atomic<bool> resync_{false}; ///< changes found no room: follow all stored values again
     std::array<std::atomic<float>, kKeyCount> keyboardWanted_{}; ///< velocities, for the resync
     std::array<float, kKeyCount> keyboardPlayed_{};

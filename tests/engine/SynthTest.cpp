@@ -295,6 +295,63 @@ TEST(Synth, DrivesLinkedParametersFromControllers)
     EXPECT_TRUE(rig.wrapper.automated.empty());
 }
 
+TEST(Synth, StoresInTheOrderOfTheHostWhatItIsToldBetweenTwoBlocks)
+{
+    CSynthRig rig;
+    rig.synth.SwitchProcessing(true);
+    rig.synth.SetParameter(kFirstControllerLink + kFilterCutoff, 1.0f);
+    rig.synth.SetParameter(kFirstControllerLink + kUnisonPan, 74.0f);
+    rig.Render(64);
+    const auto queue = [&] {
+        rig.synth.SetParameter(kModWheelValue, 0.3f);
+        EXPECT_TRUE(rig.synth.PostMidi({0xB0, 74, 32, 0}));
+    };
+    queue();
+    rig.synth.SetParameter(kFilterCutoff, 0.9f);
+    rig.synth.SetParameter(kUnisonPan, 0.8f);
+    rig.Render(64);
+    EXPECT_EQ(rig.synth.GetParameter(kFilterCutoff), 0.9f);
+    EXPECT_EQ(rig.synth.GetParameter(kUnisonPan), 0.8f);
+    EXPECT_TRUE(rig.wrapper.automated.empty()) << "the host has told it something newer";
+
+    std::array<std::byte, kStateSize> state;
+    rig.synth.GetChunk(state.data());
+    rig.synth.SetParameter(kUnisonPan, 0.1f);
+    queue();
+    rig.synth.SetChunk(state.data(), kStateSize);
+    rig.Render(64);
+    EXPECT_EQ(rig.synth.GetParameter(kUnisonPan), 0.8f);
+
+    queue(); // last, they count
+    rig.Render(64);
+    EXPECT_EQ(rig.synth.GetParameter(kFilterCutoff), 0.3f);
+    EXPECT_EQ(rig.synth.GetParameter(kUnisonPan), 32.0f / 127.0f);
+
+    // More than the queue holds: a wheel at rest moves nothing.
+    rig.synth.SetParameter(kFilterCutoff, 0.7f);
+    for (int i = 0; i < 2 * CEngineChanges::kCapacity; ++i)
+        rig.synth.SetParameter(kGain, static_cast<float>(i % 100) / 100.0f);
+    rig.Render(64);
+    EXPECT_EQ(rig.synth.GetParameter(kFilterCutoff), 0.7f);
+}
+
+TEST(Synth, LetsGoInMonoWhatWasPlayedInMonoBetweenTwoBlocks)
+{
+    CSynthRig rig;
+    rig.synth.SwitchProcessing(true);
+    rig.synth.SetParameter(kFirstControllerLink + kUnisonPan, 1.0f);
+    rig.synth.SetParameter(kMonophonic, 1.0f);
+    rig.synth.SetParameter(kModWheelValue, 0.3f);
+    for (const std::uint8_t key : {std::uint8_t{60}, std::uint8_t{64}})
+        EXPECT_TRUE(rig.synth.PostMidi({0x90, key, 100, 0}));
+    rig.synth.SetParameter(kMonophonic, 0.0f);
+    rig.Render(64);
+    int sounding = 0;
+    for (const int count : rig.synth.Keys().voiceCount)
+        sounding += count;
+    EXPECT_EQ(sounding, 1);
+}
+
 // The host tells the song position once a block.
 TEST(Synth, GatesTheSameInLongBlocksAsInShortOnes)
 {

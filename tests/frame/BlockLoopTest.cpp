@@ -47,6 +47,24 @@ TEST(BlockLoop, DispatchesEventsOfOneTimeInTheirOrderBeforeTheNextFrame)
     EXPECT_EQ(renderer.KeyVelocity(60), 0.0f);
 }
 
+TEST(BlockLoop, ForgetsAtASuspendWhatWasToSound)
+{
+    CTestRenderer renderer;
+    renderer.SwitchProcessing(true);
+    {
+        const CEngineThief thief(renderer);
+        renderer.Queue(40, 0x90, 60, 100);
+        renderer.Process(64); // left out: its events wait
+    }
+    renderer.Queue(10, 0x90, 61, 100); // and here the host asks for no block
+    renderer.SwitchProcessing(false);
+    renderer.SwitchProcessing(true);
+    renderer.Queue(10, 0x90, 62, 100);
+    renderer.log.clear();
+    renderer.Process(64);
+    EXPECT_EQ(renderer.log, (Log{"render 10", "on 62", "render 54"}));
+}
+
 TEST(BlockLoop, DiscardsEventsOutOfOrderAndBeyondThePool)
 {
     CTestRenderer renderer;

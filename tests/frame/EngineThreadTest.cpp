@@ -1,8 +1,10 @@
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <functional>
 #include <gtest/gtest.h>
 #include <thread>
+#include <utility>
 
 #include "tests/frame/TestRenderer.h"
 
@@ -34,6 +36,13 @@ public:
     {
         keyboard[static_cast<std::size_t>(key)] = velocity;
     }
+    /// Asked for while a program is being stored, in the order of the indices.
+    float GetParameterDefault(int index) const override
+    {
+        if (index == kMidOfProgram && inMidOfStoring != nullptr)
+            std::thread(std::exchange(inMidOfStoring, nullptr)).join();
+        return 0.0f;
+    }
     void Render() override
     {
         ++renders;
@@ -43,7 +52,7 @@ public:
     }
     void KeyboardNote(int key, float velocity)
     {
-        RequestChange({EngineChange::EKind::KeyboardNote, key, velocity, nullptr});
+        RequestChange({EngineChange::EKind::KeyboardNote, key, velocity});
     }
     void Process(int frames = 64)
     {
@@ -67,6 +76,10 @@ public:
         ChangeProgram(program);
     }
 
+    using CPluginRenderer::CopyValues;
+
+    static constexpr int kMidOfProgram = 50;
+    mutable std::function<void()> inMidOfStoring; ///< another thread's, once
     std::array<float, kParameterCount> applied{};
     std::array<float, 128> keyboard{};
     bool mixedProgram = false;
@@ -107,6 +120,45 @@ TEST(EngineThread, AppliesOfManyProgramsBetweenTwoBlocksTheLastOnly)
     EXPECT_TRUE(renderer.FollowsEverything());
     EXPECT_EQ(renderer.applied[5], 42.0f);
     EXPECT_LT(renderer.applications, 1000) << "the block would be late";
+}
+
+TEST(EngineThread, MixesNothingIntoAProgramThatIsBeingStored)
+{
+    CFollower renderer;
+    renderer.SwitchProcessing(true);
+    const auto load = [&](float first, auto meanwhile) {
+        renderer.inMidOfStoring = meanwhile;
+        ProgramValues program; // breaks off after the first values
+        program.count = 20;
+        program.values.fill(first);
+        renderer.ChangeProgram(program);
+    };
+    // Set by another thread just after its default was stored, and queued before the program.
+    load(0.25f, [&] { renderer.SetParameter(30, 0.9f); });
+    renderer.Process();
+    EXPECT_EQ(renderer.GetParameter(30), 0.9f);
+    EXPECT_TRUE(renderer.FollowsEverything());
+
+    // A block in the middle: what it has to apply isn't taken from the half that is stored.
+    renderer.SetParameter(10, 0.3f);
+    load(0.5f, [&] {
+        renderer.Process();
+        EXPECT_EQ(renderer.applied[10], 0.3f);
+    });
+    renderer.Process();
+    EXPECT_TRUE(renderer.FollowsEverything());
+
+    // A state saved in the middle waits for the rest.
+    std::array<float, kParameterCount> saved{};
+    std::thread saver;
+    load(0.75f, [&] {
+        saver = std::thread([&] { renderer.CopyValues(saved); });
+        std::this_thread::sleep_for(std::chrono::milliseconds(4));
+    });
+    saver.join();
+    EXPECT_EQ(saved[10], 0.75f);
+    EXPECT_EQ(saved[60], 0.0f);
+    EXPECT_EQ(saved[30], 0.0f);
 }
 
 TEST(EngineThread, AppliesWholeProgramsAndWhatWasStoredLastWhileOthersHammer)

@@ -9,7 +9,6 @@
 #include "frame/PluginInstance.h"
 #include "frame/PluginRenderer.h"
 #include "frame/PluginWrapper.h"
-#include "frame/StateBlock.h"
 
 namespace keldra::test {
 
@@ -71,30 +70,6 @@ public:
 
     std::vector<std::string> log;
 };
-
-/// What a synthesizer's GetChunk and SetChunk do, for renderers that have no engine.
-inline int SaveState(const CPluginRenderer& renderer, void* buffer)
-{
-    if (buffer != nullptr) {
-        std::array<float, kParameterCount> values;
-        for (int index = 0; index < kParameterCount; ++index)
-            values[static_cast<std::size_t>(index)] = renderer.GetParameter(index);
-        std::array<char, kStateNameSize> name;
-        renderer.GetProgramName(name);
-        const std::span block(static_cast<std::byte*>(buffer), kStateSize);
-        WriteStateBlock(values, name.data(), block.first<kStateSize>());
-    }
-    return static_cast<int>(kStateSize);
-}
-inline bool LoadState(CPluginRenderer& renderer, const void* data, int size)
-{
-    const StateBlockContent content =
-        ReadStateBlock({static_cast<const std::byte*>(data), static_cast<std::size_t>(size)});
-    renderer.ChangeProgram({content.valueCount, EImport::Everything, content.values});
-    renderer.SetProgramName(content.Accepted() && content.hasName ? content.name.data()
-                                                                  : "<noname>");
-    return content.Accepted();
-}
 
 /// A host that takes no notice.
 class CDeafWrapper : public CPluginWrapper {

@@ -144,13 +144,13 @@ void CFakeRenderer::GetParameterDisplay(int index, std::span<char> text) const
 
 int CFakeRenderer::GetChunk(void* buffer) const
 {
-    return SaveState(*this, buffer);
+    return SaveState(buffer);
 }
 
 bool CFakeRenderer::SetChunk(const void* data, int size)
 {
     journal.Note(Words("chunk", size));
-    return LoadState(*this, data, size);
+    return LoadState(data, size);
 }
 
 } // namespace keldra::test

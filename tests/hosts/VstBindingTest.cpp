@@ -266,12 +266,15 @@ TEST_F(VstBindingThread, HoldsNothingWhileItCallsTheHost)
     Load();
     host_.Dispatch(effMainsChanged, 0, 1);
     std::vector<VstInt32> asked;
+    VstInt32 stoppedIn = audioMasterGetTime;
     host_.onCallback = [&](VstInt32 opcode) {
         asked.push_back(opcode);
         const auto fromInside = [&] {
             host_.effect->setParameter(host_.effect, 5, 0.5f);
-            host_.Dispatch(effMainsChanged, 0, 0);
-            host_.Dispatch(effMainsChanged, 0, opcode == audioMasterGetTime ? 1 : 0);
+            if (opcode == stoppedIn) {
+                host_.Dispatch(effMainsChanged, 0, 0);
+                host_.Dispatch(effMainsChanged, 0, opcode == audioMasterGetTime ? 1 : 0);
+            }
             host_.Dispatch(effSetSampleRate, 0, 0, nullptr, asked.size() % 2 ? 8000.0f : 96000.0f);
             (void)host_.Text(effGetProgramName);
         };
@@ -280,9 +283,11 @@ TEST_F(VstBindingThread, HoldsNothingWhileItCallsTheHost)
         fromInside();
         std::thread(fromInside).join();
     };
+    host_.Process(64);
+    stoppedIn = audioMasterAutomate;
     host_.SendMidi(2, 0xB0, 20, 127);
     host_.Process(64);
-    EXPECT_EQ(std::count(asked.begin(), asked.end(), audioMasterGetTime), 2);
+    EXPECT_EQ(std::count(asked.begin(), asked.end(), audioMasterGetTime), 4);
     EXPECT_EQ(std::count(asked.begin(), asked.end(), audioMasterAutomate), 1);
     EXPECT_EQ(host_.effect->getParameter(host_.effect, 3), 1.0f);
     host_.onCallback = nullptr;

@@ -51,8 +51,8 @@ public:
     {
         return index >= kFirstControllerLink ? GetParameter(index) : TableDefault(index);
     }
-    int GetChunk(void* buffer) const override { return SaveState(*this, buffer); }
-    bool SetChunk(const void* data, int size) override { return LoadState(*this, data, size); }
+    int GetChunk(void* buffer) const override { return SaveState(buffer); }
+    bool SetChunk(const void* data, int size) override { return LoadState(data, size); }
     void ProgramChange(int program) override { presets.SelectProgramFromMemory(program); }
     void ControlChange(int controller) override
     {
