@@ -4,6 +4,7 @@
 #include <cmath>
 
 #include "engine/EngineRandom.h"
+#include "frame/Numbers.h"
 
 namespace keldra {
 
@@ -101,7 +102,7 @@ void CArpeggiator::AdvanceClock(double sampleRate, double tempo, int frames)
         MoveOn();
     }
     if (sampleRate > 0.0)
-        phase_ += tempo / (15.0 * stepLength_) / sampleRate * frames;
+        phase_ += tempo / (kSixteenthAtOneBpmSeconds * stepLength_) / sampleRate * frames;
     if (phase_ >= 1.0) {
         do
             phase_ -= 1.0;

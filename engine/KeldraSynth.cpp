@@ -75,9 +75,7 @@ void KeldraSynth::SetSampleRate(double hz)
         patch_.gainSmoothing = static_cast<float>(hz / 44100.0 * 0.003);
     }
     patch_.lfo.ResetPhase();
-    for (SmoothedValue* value :
-         {&patch_.pulseWidthA, &patch_.pulseWidthB, &patch_.oscBalance, &patch_.noiseBalance,
-          &patch_.lfoAmount, &patch_.egAmount, &patch_.modWheelAmount, &patch_.cutoff})
+    for (SmoothedValue* value : patch_.SmoothedValues())
         value->Jump();
     decimator_.Reset();
     effects_.Reset();
@@ -133,9 +131,7 @@ void KeldraSynth::Render()
 
 void KeldraSynth::SmoothParameters()
 {
-    for (SmoothedValue* value :
-         {&patch_.pulseWidthA, &patch_.pulseWidthB, &patch_.oscBalance, &patch_.noiseBalance,
-          &patch_.lfoAmount, &patch_.egAmount, &patch_.modWheelAmount, &patch_.cutoff})
+    for (SmoothedValue* value : patch_.SmoothedValues())
         value->Step();
 }
 

@@ -59,8 +59,9 @@ void CTranceGate::ProcessGate(float* left, float* right, int frames, double samp
 {
     if (mix_ < 0.001f)
         return;
-    const double increment =
-        stepLength_ > 0.0 ? tempo / (stepLength_ * 15.0) / sampleRate : 1.0 / sampleRate;
+    const double increment = stepLength_ > 0.0
+                                 ? tempo / (stepLength_ * kSixteenthAtOneBpmSeconds) / sampleRate
+                                 : 1.0 / sampleRate;
     for (int i = 0; i < frames; ++i) {
         phase_ += increment;
         if (phase_ > 1.0) {

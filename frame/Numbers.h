@@ -6,6 +6,9 @@
 
 namespace keldra {
 
+/// A sixteenth note lasts 15 / tempo seconds, the tempo in beats (quarters) per minute.
+inline constexpr double kSixteenthAtOneBpmSeconds = 15.0;
+
 /// A float as an int, truncated toward zero. Saturates; 0 for NaN.
 [[nodiscard]] constexpr int TruncateToInt(double value)
 {

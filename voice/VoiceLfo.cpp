@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cmath>
 
+#include "frame/Numbers.h"
 #include "voice/PairMath.h"
 #include "voice/VoiceRandom.h"
 
@@ -11,7 +12,6 @@ namespace keldra {
 namespace {
 
 constexpr int kMaxShape = 5;
-constexpr double kSixteenthsPerMinutePerBeat = 15.0; // a cycle of one sixteenth lasts 15 / tempo s
 
 double DrawHeldValue()
 {
@@ -54,7 +54,7 @@ void CVoiceLfo::FollowSettingsOf(const CVoiceLfo& settings)
 
 float CVoiceLfo::Process(double rateHz, double tempo, int samples)
 {
-    const double frequency = sync_ > 0.0 ? tempo / (sync_ * kSixteenthsPerMinutePerBeat) : rate_;
+    const double frequency = sync_ > 0.0 ? tempo / (sync_ * kSixteenthAtOneBpmSeconds) : rate_;
     const double advance = frequency / rateHz * samples;
     const double before = phase_;
     if (std::isfinite(advance)) // a tempo or rate without meaning must not stay in the phase

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <array>
+
 #include "frame/PluginRenderer.h"
 #include "voice/VoiceLfo.h"
 
@@ -92,6 +94,12 @@ struct VoicePatch {
 
     KeyTables* keys = nullptr;     ///< the host's per-key settings; counts of voices per key
     bool rebuildActiveList = true; ///< set by voices that start or end
+
+    [[nodiscard]] std::array<SmoothedValue*, 8> SmoothedValues()
+    {
+        return {&pulseWidthA, &pulseWidthB, &oscBalance,     &noiseBalance,
+                &lfoAmount,   &egAmount,    &modWheelAmount, &cutoff};
+    }
 };
 
 } // namespace keldra
