@@ -8,7 +8,7 @@ void SetLowPass(FilterStage<float>& stage, float omega)
 {
     const float sine = std::sin(omega);
     const float cosine = std::cos(omega);
-    stage.twice = 2.0f;
+    stage.b1Ratio = 2.0f;
     stage.b = WithoutTiny((1.0f - cosine) / (sine + 2.0f));
     stage.a1 = WithoutTiny(-2.0f * cosine / (1.0f + sine));
     stage.a2 = WithoutTiny((1.0f - sine) / (1.0f + sine));
@@ -17,7 +17,7 @@ void SetLowPass(FilterStage<float>& stage, float omega)
 void SetHighPass(FilterStage<float>& stage, float omega)
 {
     SetLowPass(stage, omega); // the same poles
-    stage.twice = -2.0f;
+    stage.b1Ratio = -2.0f;
     stage.b = WithoutTiny((1.0f + std::cos(omega)) / (std::sin(omega) + 2.0f));
 }
 
@@ -31,7 +31,7 @@ FilterStage<Stereo> Joined(const FilterStage<float>& left, const FilterStage<flo
 {
     const auto join = [](float l, float r) { return Stereo{l, r, 0.0f, 0.0f}; };
     FilterStage<Stereo> joined;
-    joined.twice = join(left.twice, right.twice);
+    joined.b1Ratio = join(left.b1Ratio, right.b1Ratio);
     joined.b = join(left.b, right.b);
     joined.a1 = join(left.a1, right.a1);
     joined.a2 = join(left.a2, right.a2);

@@ -9,8 +9,8 @@ namespace keldra {
 /// Plain data. Sample is float, or Stereo for two channels at the price of one.
 template <typename Sample>
 struct FilterStage {
-    // y = (x + 2 x1 + x2) b - a1 y1 - a2 y2; the high-pass has -2
-    Sample twice{}; ///< the 2: + low-pass, - high-pass
+    // y = (x + b1Ratio x1 + x2) b - a1 y1 - a2 y2
+    Sample b1Ratio{}; ///< b1 over b: +2 low-pass, -2 high-pass
     Sample b{};
     Sample a1{};
     Sample a2{};
@@ -24,7 +24,7 @@ struct FilterStage {
     /// One sample in, one out. @param x  has been through WithoutTiny or SaneInput
     Sample Process(Sample x)
     {
-        const Sample y = WithoutTiny((x + twice * x1 + x2) * b - a1 * y1 - a2 * y2);
+        const Sample y = WithoutTiny((x + b1Ratio * x1 + x2) * b - a1 * y1 - a2 * y2);
         x2 = x1;
         x1 = x;
         y2 = y1;
@@ -39,7 +39,7 @@ struct FilterStage {
 inline constexpr float kLowestOmega = 5e-4f;
 
 /// New coefficients; the state stays.
-/// @param omega  cut frequency in radians per sample, kLowestOmega .. 3
+/// @param omega  cutoff frequency in radians per sample, kLowestOmega .. 3
 void SetLowPass(FilterStage<float>& stage, float omega);
 void SetHighPass(FilterStage<float>& stage, float omega);
 

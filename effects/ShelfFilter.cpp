@@ -8,13 +8,13 @@ namespace {
 
 constexpr float kFrequencyHz = 12000.0f;
 constexpr float kBandwidthOctaves = 0.99f;
-constexpr float kGain = 5.0f; ///< dB at the middle of the shelf, half of what it gives above
+constexpr float kGainDb = 5.0f; ///< at the middle of the shelf, half of what it gives above
 
 } // namespace
 
 void ShelfFilter::SetSampleRate(double hz)
 {
-    const float a = std::pow(10.0f, kGain / 20.0f);
+    const float a = std::pow(10.0f, kGainDb / 20.0f);
     // At pi sine would be 0 and alpha without a value.
     const float omega = Limited(6.283185f * kFrequencyHz / static_cast<float>(hz), 0.0f, 3.0f);
     const float sine = std::sin(omega);

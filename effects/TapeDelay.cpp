@@ -16,8 +16,8 @@ int LongestLap(int length)
     return length < 5 ? 4 : length;
 }
 
-/// Radians per sample of a cut frequency, limited.
-float CutOmega(float hz, double sampleRate)
+/// Radians per sample of a cutoff frequency, limited.
+float CutoffOmega(float hz, double sampleRate)
 {
     const auto rate = static_cast<float>(sampleRate);
     const float omega = 6.2831853f * Limited(hz, 10.0f, rate / 2.1f) / rate;
@@ -66,7 +66,7 @@ void CTapeDelay::SetModRate(double hz, double sampleRate)
 
 void CTapeDelay::SetLowPass(float hz, double sampleRate)
 {
-    const float omega = CutOmega(hz, sampleRate);
+    const float omega = CutoffOmega(hz, sampleRate);
     if (omega == lowPassOmega_)
         return;
     lowPassOmega_ = omega;
@@ -76,7 +76,7 @@ void CTapeDelay::SetLowPass(float hz, double sampleRate)
 
 void CTapeDelay::SetHighPass(float hz, double sampleRate)
 {
-    const float omega = CutOmega(hz, sampleRate);
+    const float omega = CutoffOmega(hz, sampleRate);
     if (omega == highPassOmega_)
         return;
     // The state holds a slope that the cut before left. A far lower one would take it on for long,
@@ -111,35 +111,36 @@ void CTapeDelay::EnableHighPass()
 /// What hangs on the enabled stages: how much feedback the loop bears, and what counts as silence.
 void CTapeDelay::UpdateLoop()
 {
-    // With s a frequency and w the cut frequency, both as tan(omega / 2), the stages are, by the
+    // With s a frequency and w the cutoff frequency, both as tan(omega / 2), the stages are, by the
     // bilinear transform that they come from,
     //     low-pass   bandGain / (1 + (s / w)^2)      high-pass  bandGain / (1 + (w / s)^2)
     // in magnitude. Alone, each is loudest at its end of the spectrum. Their product is loudest at
-    // the geometric mean of both cut frequencies, where either is down to 1 / (1 + wHigh / wLow).
-    double loudest = 1.0;
-    double slowest = 0.0;
+    // the geometric mean of both cutoff frequencies, where either is down to 1 / (1 + wHigh /
+    // wLow).
+    double peakGain = 1.0;
+    double lowestOmega = 0.0;
     if (highPassIsOn_) {
-        loudest *= BandGain(highPassOmega_);
-        slowest = highPassOmega_;
+        peakGain *= BandGain(highPassOmega_);
+        lowestOmega = highPassOmega_;
     }
     if (lowPassIsOn_) {
-        loudest *= BandGain(lowPassOmega_);
-        slowest = highPassIsOn_ ? std::fmin(slowest, lowPassOmega_) : lowPassOmega_;
+        peakGain *= BandGain(lowPassOmega_);
+        lowestOmega = highPassIsOn_ ? std::fmin(lowestOmega, lowPassOmega_) : lowPassOmega_;
     }
     if (lowPassIsOn_ && highPassIsOn_) {
         const double ratio = std::tan(0.5 * static_cast<double>(highPassOmega_)) /
                              std::tan(0.5 * static_cast<double>(lowPassOmega_));
-        loudest /= (1.0 + ratio) * (1.0 + ratio);
+        peakGain /= (1.0 + ratio) * (1.0 + ratio);
     }
-    loopFeedback_ = std::fmin(feedback_, static_cast<float>(kHighestLoopGain / loudest));
+    loopFeedback_ = std::fmin(feedback_, static_cast<float>(kHighestLoopGain / peakGain));
 
     // To make 0 of what is below kSilence is itself a disturbance. A stage prolongs it by its
-    // poles, to about 1 / omega samples: a wave of its cut frequency that is weaker than kSilence /
-    // omega stays at 0 for more than a sample whenever it crosses it. The loop keeps what comes of
-    // that for 1 / (1 - gain) laps. Left alone, very soft echoes would feed on it and murmur for
-    // ever.
-    const double loopGain = static_cast<double>(loopFeedback_) * loudest;
-    const double prolonged = slowest > 0.0 ? 1.0 / slowest + 1.0 / (1.0 - loopGain) : 0.0;
+    // poles, to about 1 / omega samples: a wave of its cutoff frequency that is weaker than
+    // kSilence / omega stays at 0 for more than a sample whenever it crosses it. The loop keeps
+    // what comes of that for 1 / (1 - gain) laps. Left alone, very soft echoes would feed on it and
+    // murmur for ever.
+    const double loopGain = static_cast<double>(loopFeedback_) * peakGain;
+    const double prolonged = lowestOmega > 0.0 ? 1.0 / lowestOmega + 1.0 / (1.0 - loopGain) : 0.0;
     inaudible_ = static_cast<float>(kSilence * prolonged);
 }
 

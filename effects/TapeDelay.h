@@ -38,7 +38,7 @@ public:
     void SetDepth(float depth); ///< of the wobble, 0 .. 1: up to 1 + depth times the speed
     void SetModRate(double hz, double sampleRate); ///< of the wobble; below 0 becomes 0
 
-    /// Cut frequencies, limited to 10 Hz (kLowestOmega at high rates) .. sampleRate / 2.1.
+    /// Cutoff frequencies, limited to 10 Hz (kLowestOmega at high rates) .. sampleRate / 2.1.
     void SetLowPass(float hz, double sampleRate);
     void SetHighPass(float hz, double sampleRate); ///< far down at once: without the old slope
     void EnableLowPass();                          ///< clears the stage if it was off
@@ -83,7 +83,7 @@ private:
     int length_; ///< N
     FilterStage<float> lowPass_;
     FilterStage<float> highPass_;
-    float lowPassOmega_ = 0.0f; ///< cut frequencies, radians per sample
+    float lowPassOmega_ = 0.0f; ///< cutoff frequencies, radians per sample
     float highPassOmega_ = 0.0f;
     bool lowPassIsOn_ = false;
     bool highPassIsOn_ = false;

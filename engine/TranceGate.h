@@ -12,10 +12,10 @@ public:
 
     CTranceGate();
 
-    void SetMix(float mix);             ///< depth of an off step, clamped to 0 .. 1
-    void SetSmooth(float value);        ///< 0 .. 1: time in which the level follows the steps
-    void SetStep(int index, float off); ///< 1.0 off, 0.0 on; indices outside 0 .. 15 are ignored
-    void SetStepLength(double sixteenths);
+    void SetMix(float mix);                ///< depth of an off step, clamped to 0 .. 1
+    void SetSmooth(float value);           ///< 0 .. 1: time in which the level follows the steps
+    void SetStep(int index, float off);    ///< 1.0 off, 0.0 on; indices outside 0 .. 15 are ignored
+    void SetStepLength(double sixteenths); ///< above 0; else a step is a second
 
     void ResetGate(); ///< to the start of the first step, the level with it
 

@@ -88,7 +88,7 @@ CEnvelopeGenerator::Step CEnvelopeGenerator::FinishStage()
 
 float CEnvelopeGenerator::Settle(const Step& step, double power)
 {
-    const double value = step.from + (step.to - step.from) * (1.0 - step.left * power);
+    const double value = step.from + (step.to - step.from) * (1.0 - step.remaining * power);
     output_ = value > 0.0 ? value : 0.0; // 0 for a value that is no number
     return static_cast<float>(output_);
 }

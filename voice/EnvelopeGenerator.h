@@ -19,8 +19,8 @@ public:
     /// Starts the attack: from the current output while it still sounds, else from 0.
     /// @param rateHz  samples per second. @param peak  level at the end of the attack
     void Trigger(const Shape& shape, double rateHz, double peak);
-    void BeginRelease();
-    void MarkFinished();
+    void BeginRelease(); ///< from the current output; one under way goes on
+    void MarkFinished(); ///< silent until the next Trigger
 
     /// Advances by n samples and answers the new output, never below 0.
     float Process(int samples);
@@ -28,9 +28,9 @@ public:
     /// The same in two halves, for who has several exponentials to work out at once: 2 to the power
     /// of `exponent` is what Settle needs.
     struct Step {
-        double from, to; ///< of the stage
-        double left;     ///< of the way, 1 .. 0, if it were straight
-        double exponent; ///< -30 .. 0
+        double from, to;  ///< of the stage
+        double remaining; ///< of the way, 1 .. 0, if it were straight
+        double exponent;  ///< -30 .. 0
     };
     [[nodiscard]] Step Advance(int samples);
     float Settle(const Step& step, double power);

@@ -26,11 +26,11 @@ void CPlayer::Prepare(const SoundFormat& format, double tempoBpm)
     rateHz_ = format.rateHz;
     blockFrames_ = format.blockFrames;
     const auto outputs = static_cast<std::size_t>(host_.OutputCount());
-    further_.assign(std::max<std::size_t>(outputs, 2) - 2,
-                    std::vector<float>(static_cast<std::size_t>(blockFrames_)));
+    unheardOutputs_.assign(std::max<std::size_t>(outputs, 2) - 2,
+                           std::vector<float>(static_cast<std::size_t>(blockFrames_)));
     outputs_.assign(outputs, nullptr);
     for (std::size_t i = 2; i < outputs; ++i)
-        outputs_[i] = further_[i - 2].data();
+        outputs_[i] = unheardOutputs_[i - 2].data();
     vst::HostTransport transport;
     transport.tempoBpm = tempoBpm;
     host_.SetTransport(transport);

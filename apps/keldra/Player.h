@@ -36,7 +36,7 @@ private:
     std::vector<std::unique_ptr<CMidiQueue>> queues_;
     double rateHz_ = 0.0;
     int blockFrames_ = 0;
-    std::vector<std::vector<float>> further_; ///< outputs that nobody hears
+    std::vector<std::vector<float>> unheardOutputs_; ///< outputs that nobody hears
     std::vector<float*> outputs_;
 };
 

@@ -96,12 +96,12 @@ void CRecorder::WriteWhatIsThere()
         if (!failed_ && !wav_.Write({ring_.data() + at, count}))
             failed_ = true; // what comes is let go from now on
         written += count;
-        unsaid_ += count;
+        sinceHeader_ += count;
         written_.store(written, std::memory_order_release);
     }
-    if (unsaid_ < static_cast<std::uint64_t>(rateHz_)) // half a second
+    if (sinceHeader_ < static_cast<std::uint64_t>(rateHz_)) // half a second
         return;
-    unsaid_ = 0;
+    sinceHeader_ = 0;
     wav_.UpdateHeader();
 }
 

@@ -45,7 +45,7 @@ private:
     std::vector<float> ring_;               ///< interleaved
     std::atomic<std::uint64_t> added_{0};   ///< samples, ever
     std::atomic<std::uint64_t> written_{0}; ///< samples, ever
-    std::uint64_t unsaid_ = 0;              ///< samples written since the header said how many
+    std::uint64_t sinceHeader_ = 0;         ///< samples written since the header said how many
     std::atomic<std::uint64_t> lostFrames_{0};
     std::atomic<bool> failed_{false};
     std::atomic<bool> stopping_{false};
