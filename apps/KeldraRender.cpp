@@ -290,7 +290,7 @@ private:
     bool Render(std::string& error)
     {
         const int rate = options_.render.sampleRate;
-        CWavWriter wav(output_->TakeDescriptor(), rate, options_.format, renderer_->MaxFrames());
+        CWavWriter wav(output_->OpenDescriptor(), rate, options_.format, renderer_->MaxFrames());
         std::unique_ptr<std::FILE, FileCloser> scratch;
         const std::string cannotWrite = options_.outputPath + ": cannot be written: the disk is "
                                                               "full, or failed";

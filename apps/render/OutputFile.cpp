@@ -3,17 +3,12 @@
 #include <atomic>
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
 #include <limits.h>
-#include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
-#include <utility>
-
-#include "platform/Folders.h"
 
 namespace keldra::render {
 
@@ -40,81 +35,49 @@ void OnFatalSignal(int number)
     errno = savedErrno;
 }
 
-std::string Because(int error)
+bool SaysWhy(const std::string& path, const std::error_code& why, std::string& error)
 {
-    // Not strerror_r, of which there are two.
-    return std::generic_category().message(error);
-}
-
-/// Tries names until one is free. @return the descriptor, -1 with errno when there is none
-int OpenNew(const std::string& folder, std::string& path)
-{
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        path = JoinPath(folder, ".keldra-render-" + std::to_string(::getpid()) + "-" +
-                                    std::to_string(attempt));
-        const int descriptor = ::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (descriptor >= 0 || errno != EEXIST)
-            return descriptor;
-    }
-    return -1;
+    error = path + ": cannot be written: " +
+            (why == std::errc::invalid_argument ? "not a regular file" : why.message());
+    return false;
 }
 
 } // namespace
 
 std::unique_ptr<COutputFile> COutputFile::Create(const std::string& path, std::string& error)
 {
-    std::unique_ptr<COutputFile> file(new COutputFile);
+    std::unique_ptr<COutputFile> output(new COutputFile(path));
     std::error_code failure;
     // Absolute: a module may change the working folder.
-    file->path_ = std::filesystem::absolute(path, failure);
-    const std::filesystem::file_status status = std::filesystem::status(path, failure);
-    if (std::filesystem::exists(status)) {
-        if (!std::filesystem::is_regular_file(status)) {
-            error = path + ": cannot be written: not a regular file";
-            return nullptr;
-        }
-        file->path_ = std::filesystem::canonical(path, failure);
-        if (failure || ::access(path.c_str(), W_OK) != 0) {
-            error = path + ": cannot be written: " + Because(failure ? failure.value() : errno);
-            return nullptr;
-        }
-    }
-    std::string temporary;
-    file->descriptor_ = OpenNew(std::string(FolderOf(file->path_)), temporary);
-    if (file->descriptor_ < 0) {
-        error = path + ": cannot be written: " + Because(errno);
+    const std::string absolute = std::filesystem::absolute(path, failure);
+    if (failure || !output->file_.Begin(absolute, failure)) {
+        SaysWhy(path, failure, error);
         return nullptr;
     }
-    file->temporary_ = temporary; // shorter than PATH_MAX, or it would not be open
-    std::memcpy(unfinishedPath, temporary.c_str(), temporary.size() + 1);
-    hasUnfinished = true;
-    return file;
+    const std::string& temporary = output->file_.TemporaryPath();
+    if (!temporary.empty()) { // and shorter than PATH_MAX, or it would not be open
+        std::memcpy(unfinishedPath, temporary.c_str(), temporary.size() + 1);
+        hasUnfinished = true;
+    }
+    return output;
 }
 
 COutputFile::~COutputFile()
 {
-    if (descriptor_ >= 0)
-        ::close(descriptor_);
-    if (temporary_.empty())
-        return;
     hasUnfinished = false;
-    ::unlink(temporary_.c_str());
 }
 
-int COutputFile::TakeDescriptor()
+int COutputFile::OpenDescriptor() const
 {
-    return std::exchange(descriptor_, -1);
+    return ::fcntl(file_.Descriptor(), F_DUPFD_CLOEXEC, 0);
 }
 
 bool COutputFile::Commit(std::string& error)
 {
-    if (std::rename(temporary_.c_str(), path_.c_str()) != 0) {
-        error = path_ + ": cannot be written: " + Because(errno);
-        return false;
-    }
+    std::error_code failure;
+    const bool isThere = file_.Commit(failure);
     hasUnfinished = false;
-    temporary_.clear();
-    return true;
+    return isThere || SaysWhy(path_, failure, error);
 }
 
 void RemoveUnfinishedFileOnSignals()
@@ -131,15 +94,6 @@ void RemoveUnfinishedFileOnSignals()
     // A disk quota or a closed pipe is an answer of write(), not the end.
     ::signal(SIGXFSZ, SIG_IGN);
     ::signal(SIGPIPE, SIG_IGN);
-}
-
-int OpenScratchFile(const std::string& besidePath)
-{
-    std::string path;
-    const int descriptor = OpenNew(std::string(FolderOf(besidePath)), path);
-    if (descriptor >= 0)
-        ::unlink(path.c_str());
-    return descriptor;
 }
 
 } // namespace keldra::render

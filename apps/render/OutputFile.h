@@ -3,11 +3,11 @@
 #include <memory>
 #include <string>
 
+#include "platform/Files.h"
+
 namespace keldra::render {
 
-/// A file that appears whole or not at all. It is written beside its place under a name of its own,
-/// and renamed at the end; whoever listens to the old file meanwhile hears all of it. One at a
-/// time.
+/// A file of the program's, whole or not at all also when a signal ends the program. One at a time.
 class COutputFile {
 public:
     /// @param path   a new or a regular file; a link is followed
@@ -18,25 +18,21 @@ public:
     COutputFile(const COutputFile&) = delete;
     COutputFile& operator=(const COutputFile&) = delete;
 
-    /// Open for reading and writing. Whoever takes it closes it.
-    [[nodiscard]] int TakeDescriptor();
-    /// Puts the file in its place. The descriptor must be closed.
+    /// For reading and writing. Whoever asks closes it, before Commit. @return -1 when there is
+    /// none
+    [[nodiscard]] int OpenDescriptor() const;
+    /// Puts the file in its place.
     [[nodiscard]] bool Commit(std::string& error);
 
 private:
-    COutputFile() = default;
+    explicit COutputFile(const std::string& path) : path_(path) {}
 
-    std::string path_;      ///< where it will be
-    std::string temporary_; ///< where it is; empty when there is nothing to remove
-    int descriptor_ = -1;
+    std::string path_; ///< as it was given, for messages
+    CWholeFile file_;
 };
 
 /// From now on a signal that ends the program first removes the unfinished file: interrupts as well
 /// as a crash, which may be a module's.
 void RemoveUnfinishedFileOnSignals();
-
-/// An open file in the same folder that has no name, so that it goes with its descriptor.
-/// @return -1 when there can't be one
-[[nodiscard]] int OpenScratchFile(const std::string& besidePath);
 
 } // namespace keldra::render

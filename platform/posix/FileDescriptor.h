@@ -26,6 +26,7 @@ public:
 
     [[nodiscard]] bool IsOpen() const { return descriptor_ >= 0; }
     [[nodiscard]] int Get() const { return descriptor_; }
+    [[nodiscard]] int Release() { return std::exchange(descriptor_, -1); } ///< no longer ours
 
     /// @return false when the system reports a late error, as network file systems do for a write
     bool Close() { return descriptor_ < 0 || ::close(std::exchange(descriptor_, -1)) == 0; }

@@ -6,9 +6,8 @@
 #include <cerrno>
 #include <chrono>
 #include <cstdio>
-#include <cstdlib>
 #include <fcntl.h>
-#include <memory>
+#include <filesystem>
 #include <string>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -55,16 +54,33 @@ bool WriteAll(int descriptor, std::span<const std::byte> content)
     return true;
 }
 
-/// What a path leads to in the end, links followed. The path itself when nothing is there yet.
-std::string LinkTarget(const std::string& path)
+/// What a path leads to in the end, links followed, whether something is there or not.
+std::string LinkTarget(std::string_view path)
 {
-    const std::unique_ptr<char, decltype(&std::free)> real(::realpath(path.c_str(), nullptr),
-                                                           &std::free);
-    return real != nullptr ? std::string(real.get()) : path;
+    std::error_code failure;
+    std::filesystem::path target = std::filesystem::canonical(path, failure);
+    if (!failure)
+        return target;
+    target = path;
+    constexpr int kMostLinks = 40; // as many as the system follows
+    for (int i = 0; i < kMostLinks; ++i) {
+        const std::filesystem::path next = std::filesystem::read_symlink(target, failure);
+        if (failure)
+            break;
+        target = target.parent_path() / next;
+    }
+    return target;
+}
+
+std::string FolderToOpen(std::string_view path)
+{
+    const std::string_view folder = FolderOf(path);
+    return std::string(folder.empty() ? "." : folder);
 }
 
 /// A new, empty file in the folder under a hidden name that nobody else uses.
-CFileDescriptor CreateBeside(const std::string& folder, std::string& path)
+/// @return closed, with errno, when there can't be one
+CFileDescriptor OpenNew(const std::string& folder, mode_t mode, std::string& path)
 {
     static std::atomic<unsigned> counter{0};
     for (int attempt = 0; attempt < 100; ++attempt) {
@@ -74,12 +90,32 @@ CFileDescriptor CreateBeside(const std::string& folder, std::string& path)
                       static_cast<long>(::getpid()), counter.fetch_add(1),
                       static_cast<unsigned long long>(now));
         path = JoinPath(folder, name.data());
-        // Not mkostemp: the new file should have the permissions that the user's mask gives.
-        CFileDescriptor file(::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+        CFileDescriptor file(::open(path.c_str(), O_RDWR | O_CREAT | O_EXCL | O_CLOEXEC, mode));
         if (file.IsOpen() || errno != EEXIST)
             return file;
     }
     return {};
+}
+
+/// Whether a folder refused a new file or another file for a name of its: not its user's, sticky,
+/// read-only, or something is mounted on the file itself.
+bool IsFoldersRefusal(int error)
+{
+    return error == EACCES || error == EPERM || error == EROFS || error == EBUSY;
+}
+
+/// Writes all of a file over another one.
+bool CopyOver(int from, const std::string& path)
+{
+    CFileDescriptor to(
+        ::open(path.c_str(), O_WRONLY | O_TRUNC | O_NOFOLLOW | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
+    if (!to.IsOpen() || ::lseek(from, 0, SEEK_SET) != 0)
+        return false;
+    std::vector<std::byte> bytes(std::size_t{1} << 16);
+    for (std::size_t count = bytes.size(); count == bytes.size();)
+        if (!ReadAll(from, bytes, count) || !WriteAll(to.Get(), std::span(bytes).first(count)))
+            return false;
+    return ::fsync(to.Get()) == 0 && to.Close();
 }
 
 void FlushFolder(const std::string& folder)
@@ -122,36 +158,93 @@ bool FileExists(std::string_view path)
     return !HoldsNul(path) && ::stat(std::string(path).c_str(), &status) == 0;
 }
 
-bool WriteWholeFile(std::string_view path, std::span<const std::byte> content)
+bool CWholeFile::Begin(std::string_view path, std::error_code& error)
 {
+    const auto fails = [&error](int why) {
+        error.assign(why, std::generic_category());
+        return false;
+    };
     if (path.empty() || HoldsNul(path))
-        return false;
-    const std::string target = LinkTarget(std::string(path));
+        return fails(ENOENT);
+    target_ = LinkTarget(path);
     struct stat old {};
-    const bool replaces = ::stat(target.c_str(), &old) == 0;
-    // A rename would also replace what its owner has made read-only.
-    if (replaces && (!S_ISREG(old.st_mode) || ::access(target.c_str(), W_OK) != 0))
-        return false;
+    if (::stat(target_.c_str(), &old) == 0) {
+        if (!S_ISREG(old.st_mode))
+            return fails(EINVAL);
+        // A rename would also replace what its owner has made read-only.
+        if (::access(target_.c_str(), W_OK) != 0)
+            return fails(errno);
+        oldMode_ = old.st_mode & 07777u;
+    } else if (errno != ENOENT) { // links that lead round, which are not to be replaced
+        return fails(errno);
+    }
+    // Not mkostemp: the new file should have the permissions that the user's mask gives.
+    descriptor_ = OpenNew(FolderToOpen(target_), 0666, temporary_).Release();
+    if (descriptor_ >= 0)
+        return true;
+    const int why = errno;
+    temporary_.clear();
+    if (oldMode_ && IsFoldersRefusal(why))
+        descriptor_ = OpenScratchFile(target_);
+    return descriptor_ >= 0 || fails(why);
+}
 
-    const std::string folder(FolderOf(target));
-    std::string part;
-    CFileDescriptor file = CreateBeside(folder.empty() ? "." : folder, part);
-    if (!file.IsOpen())
-        return false;
-    bool whole = WriteAll(file.Get(), content);
+bool CWholeFile::Commit(std::error_code& error)
+{
+    const bool isThere = MoveIntoPlace();
+    if (!isThere)
+        error.assign(errno, std::generic_category());
+    Discard();
+    return isThere;
+}
+
+bool CWholeFile::MoveIntoPlace()
+{
+    CFileDescriptor file(std::exchange(descriptor_, -1));
+    if (temporary_.empty())
+        return CopyOver(file.Get(), target_);
     // Disks of other systems, and those behind a network, keep no permissions and say so in many
     // ways: no reason to leave the user's work unsaved.
-    if (whole && replaces)
-        ::fchmod(file.Get(), old.st_mode & 07777);
-    whole = whole && ::fsync(file.Get()) == 0;
-    whole = file.Close() && whole;
-    whole = whole && ::rename(part.c_str(), target.c_str()) == 0;
-    if (!whole) {
-        ::unlink(part.c_str());
+    if (oldMode_)
+        ::fchmod(file.Get(), *oldMode_);
+    if (::fsync(file.Get()) != 0 || !file.Close())
         return false;
+    if (::rename(temporary_.c_str(), target_.c_str()) != 0) {
+        if (!oldMode_ || !IsFoldersRefusal(errno))
+            return false;
+        const CFileDescriptor written(::open(temporary_.c_str(), O_RDONLY | O_CLOEXEC));
+        return written.IsOpen() && CopyOver(written.Get(), target_);
     }
-    FlushFolder(folder.empty() ? "." : folder);
+    temporary_.clear();
+    FlushFolder(FolderToOpen(target_));
     return true;
+}
+
+void CWholeFile::Discard()
+{
+    const CFileDescriptor closed(std::exchange(descriptor_, -1));
+    if (!temporary_.empty())
+        ::unlink(std::exchange(temporary_, {}).c_str());
+}
+
+bool WriteWholeFile(std::string_view path, std::span<const std::byte> content)
+{
+    CWholeFile file;
+    std::error_code ignored;
+    return file.Begin(path, ignored) && WriteAll(file.Descriptor(), content) &&
+           file.Commit(ignored);
+}
+
+int OpenScratchFile(std::string_view besidePath)
+{
+    std::error_code ignored;
+    std::string path;
+    CFileDescriptor file = OpenNew(FolderToOpen(besidePath), 0600, path);
+    if (!file.IsOpen())
+        file = OpenNew(std::filesystem::temp_directory_path(ignored), 0600, path);
+    if (file.IsOpen())
+        ::unlink(path.c_str());
+    return file.Release();
 }
 
 } // namespace keldra

@@ -468,13 +468,4 @@ TEST_F(KeldraRender, LeavesTheOldFileWhenItIsInterruptedOrCrashes)
     }
 }
 
-TEST_F(KeldraRender, FollowsALinkToItsFile)
-{
-    folder_.Write("real.wav", "old");
-    std::filesystem::create_symlink("real.wav", folder_.Path("out.wav"));
-    Play();
-    EXPECT_TRUE(std::filesystem::is_symlink(folder_.Path("out.wav")));
-    EXPECT_EQ(ReadWav(folder_.Path("real.wav")).left.size(), 48000u);
-}
-
 } // namespace keldra::test

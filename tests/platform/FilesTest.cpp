@@ -21,19 +21,19 @@ namespace {
 // The calls that leave a mark on the disk, as the linker has WriteWholeFile make them: one of them
 // is the last that its process lives to make, or finds the disk full.
 
-enum class EFault { None, Killed, DiskFull, KeepsNoPermissions };
+enum class EFault { None, Killed, DiskFull, KeepsNoPermissions, TakesNoNewFile, GivesNoName };
 
 struct Fault {
     EFault kind = EFault::None;
     int stepsBefore = 0;
+    std::string folder = {}; ///< that takes no new file
 };
 Fault fault;
 
 /// @return whether this call is to fail, with errno set
 bool Strikes()
 {
-    if (fault.kind == EFault::None || fault.kind == EFault::KeepsNoPermissions ||
-        fault.stepsBefore-- > 0)
+    if ((fault.kind != EFault::Killed && fault.kind != EFault::DiskFull) || fault.stepsBefore-- > 0)
         return false;
     if (fault.kind == EFault::Killed)
         ::raise(SIGKILL);
@@ -75,6 +75,11 @@ int __wrap_open(const char* path, int flags, ...)
     va_start(arguments, flags);
     const unsigned mode = (flags & O_CREAT) != 0 ? va_arg(arguments, unsigned) : 0;
     va_end(arguments);
+    if (keldra::test::fault.kind == keldra::test::EFault::TakesNoNewFile &&
+        (flags & O_CREAT) != 0 && std::string(path).starts_with(keldra::test::fault.folder)) {
+        errno = EACCES;
+        return -1;
+    }
     return keldra::test::Strikes() ? -1 : __real_open(path, flags, mode);
 }
 
@@ -115,6 +120,10 @@ int __real_rename(const char* from, const char* to);
 int __wrap_rename(const char* from, const char* to);
 int __wrap_rename(const char* from, const char* to)
 {
+    if (keldra::test::fault.kind == keldra::test::EFault::GivesNoName) {
+        errno = EPERM;
+        return -1;
+    }
     return keldra::test::Strikes() ? -1 : __real_rename(from, to);
 }
 
@@ -219,6 +228,25 @@ TEST(Files, WriteThroughLinksAndKeepPermissionsButReplaceNothingProtected)
     fault = {};
     EXPECT_EQ(Slurp(real), "newer");
 
+    std::filesystem::create_symlink("store/made", folder.Path("dangling"));
+    EXPECT_TRUE(WriteWholeFile(folder.Path("dangling"), Bytes("made")));
+    EXPECT_EQ(Slurp(folder.Path("store/made")), "made");
+    std::filesystem::create_symlink("round", folder.Path("round"));
+    EXPECT_FALSE(WriteWholeFile(folder.Path("round"), Bytes("x")));
+    EXPECT_TRUE(std::filesystem::is_symlink(folder.Path("round")));
+
+    // Somebody else's folder, or a sticky one: what is in it may be writable all the same.
+    for (const auto& [kind, size] :
+         {std::pair{EFault::TakesNoNewFile, 100000}, std::pair{EFault::GivesNoName, 5}}) {
+        const std::string content(static_cast<std::size_t>(size), 'c');
+        fault = {kind, 0, folder.Path("store")};
+        EXPECT_TRUE(WriteWholeFile(real, Bytes(content))) << size;
+        EXPECT_FALSE(WriteWholeFile(folder.Path("store/new"), Bytes("x"))) << size;
+        fault = {};
+        EXPECT_TRUE(Slurp(real) == content) << size;
+        EXPECT_EQ(EntryCount(folder.Path("store")), 2u) << size;
+    }
+
     const std::string inParts = folder.Path(std::string(255, 'n'));
     EXPECT_TRUE(WriteWholeFile(inParts, Bytes("longest name")))
         << "no room for a longer one beside";
@@ -228,7 +256,7 @@ TEST(Files, WriteThroughLinksAndKeepPermissionsButReplaceNothingProtected)
     if (::geteuid() != 0) { // root may write anything
         ASSERT_EQ(::chmod(real.c_str(), 0440), 0);
         EXPECT_FALSE(WriteWholeFile(real, Bytes("x")));
-        EXPECT_EQ(Slurp(real), "newer");
+        EXPECT_EQ(Slurp(real), "ccccc");
     }
 }
 
