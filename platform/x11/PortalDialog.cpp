@@ -5,6 +5,9 @@
 //   OpenFile or SaveFile        the portal names the request, shows the dialog
 //   signal Response             0 chosen, 1 cancelled, 2 ended otherwise; the files as URIs
 //
+// Ended otherwise is a dialog that couldn't be shown, but also, with GTK's portal, one whose window
+// the user has closed.
+//
 // The request's name follows from our name and a token of ours, so that we can listen for the
 // response before we ask: it might come before the answer to the call. All messages are taken from
 // the connection's queue one by one; libdbus's own call tracking and main loop aren't needed.
@@ -23,6 +26,7 @@
 #include "platform/Folders.h"
 #include "platform/UriList.h"
 #include "platform/x11/DBusLibrary.h"
+#include "platform/x11/ProgramDialog.h"
 
 namespace keldra {
 
@@ -201,6 +205,7 @@ private:
     EStep step_ = EStep::Hello;
     dbus_uint32_t serial_ = 0; ///< of the call whose reply the step waits for
     Clock::time_point deadline_ = Clock::now() + kPatience;
+    Clock::time_point shownAt_;
     std::string requestPath_; ///< known as soon as we have a name
     std::string listenPath_;
     EState state_ = EState::Open;
@@ -388,6 +393,7 @@ void CPortalDialog::OnReply(DBusMessage* message)
         break;
     case EStep::Call:
         step_ = EStep::Shown;
+        shownAt_ = Clock::now();
         if (text != nullptr && requestPath_ != text) { // portals before 0.9 chose the name
             requestPath_ = text;
             Listen();
@@ -409,9 +415,10 @@ void CPortalDialog::OnResponse(DBusMessage* message)
         dbus_->iterGetBasic(&arguments, &code);
     if (code == kChosen && dbus_->iterNext(&arguments))
         path_ = FirstPathOf(FirstUri(arguments));
-    state_ = !path_.empty()                          ? EState::Chosen
-             : code == kChosen || code == kCancelled ? EState::Cancelled
-                                                     : EState::Unavailable;
+    const bool wasShown = step_ == EStep::Shown && Clock::now() - shownAt_ >= kSoonestCancel;
+    state_ = !path_.empty()                                      ? EState::Chosen
+             : code == kChosen || code == kCancelled || wasShown ? EState::Cancelled
+                                                                 : EState::Unavailable;
 }
 
 std::string CPortalDialog::FirstUri(DBusMessageIter& results) const

@@ -1,6 +1,5 @@
 // kdialog and zenity take the request as arguments, print the chosen path and exit with 0, or exit
-// with 1 when the user cancels. Both also exit with 1 when they can't reach the screen; but nobody
-// cancels a dialog as fast as that.
+// with 1 when the user cancels. Both also exit with 1 when they can't reach the screen, but sooner.
 
 #include "platform/x11/ProgramDialog.h"
 
@@ -16,7 +15,6 @@ namespace keldra {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-constexpr auto kSoonestCancel = std::chrono::milliseconds(250);
 
 class CProgramDialog final : public CFileDialog {
 public:

@@ -1,10 +1,14 @@
 #pragma once
 
+#include <chrono>
 #include <memory>
 
 #include "platform/FileDialog.h"
 
 namespace keldra {
+
+/// A dialog that ends unanswered sooner than this wasn't on the screen: nobody cancels one as fast.
+inline constexpr std::chrono::milliseconds kSoonestCancel{250};
 
 /// A file dialog shown by a program of the desktop. Unavailable when it isn't installed or ends
 /// without having shown anything.

@@ -173,11 +173,12 @@ TEST_F(FileDialog, PortalShowsWhatWasAskedAndItsAnswerArrives)
     const Case kCases[] = {
         {"chosen", {.uri = uri}, EState::Chosen, "/home/me/My Pad%\xC3\xA4.fxp"},
         {"names the request itself",
-         {.choosesHandle = true, .uri = uri},
+         {.choosesHandle = true, .delayMs = 200, .uri = uri}, // once the caller listens for it
          EState::Chosen,
          "/home/me/My Pad%\xC3\xA4.fxp"},
         {"cancelled", {.response = 1}, EState::Cancelled, ""},
         {"not a file", {.uri = "https://example.org/a"}, EState::Cancelled, ""},
+        {"its window is closed", {.delayMs = 400, .response = 2}, EState::Cancelled, ""},
         {"its dialog fails", {.response = 2}, EState::Chosen, "/kdialog"},
         {"has no file dialogs", {.hasFileChooser = false}, EState::Chosen, "/kdialog"},
     };

@@ -60,7 +60,8 @@ public:
         bool hasFileChooser = true;
         bool answersCall = true;
         bool choosesHandle = false; ///< another name of the request than the caller asked for
-        bool responds = true;       ///< with the response signal, right after the call's answer
+        bool responds = true;       ///< with the response signal, after the call's answer
+        unsigned delayMs = 0;       ///< between the two
         dbus_uint32_t response = 0; ///< 0 chosen, 1 cancelled, 2 ended otherwise
         const char* uri = "";
     };
@@ -181,8 +182,7 @@ private:
         Send(reply);
         if (!behaviour_.responds)
             return;
-        if (behaviour_.choosesHandle)
-            ::usleep(200000); // until the caller has had time to listen for it
+        ::usleep(behaviour_.delayMs * 1000);
         DBusMessage* signal =
             dbus_message_new_signal(path, "org.freedesktop.portal.Request", "Response");
         DBusMessageIter iter, results, entry, value, uris;
