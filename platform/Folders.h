@@ -19,9 +19,10 @@ struct FolderEntry {
     FileStamp stamp;
 };
 
-/// What a folder holds: files and folders, links followed, sorted with NaturallyBefore, so that
-/// every machine shows the same list. Left out: hidden entries (a dot first), names that aren't
-/// UTF-8, links that lead nowhere or round, pipes, sockets and devices. Waits for the disk.
+/// What a folder holds: files and folders, links followed, sorted with NaturallyBefore, files by
+/// their names without extension, so that every machine shows the same list. Left out: hidden
+/// entries (a dot first), names that aren't UTF-8, links that lead nowhere or round, pipes, sockets
+/// and devices. Waits for the disk.
 /// @param path     absolute
 /// @param entries  replaced; empty when the answer is false
 /// @return false when the folder can't be listed

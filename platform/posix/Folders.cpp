@@ -21,6 +21,16 @@ FileStamp StampOf(const struct stat& status)
             static_cast<std::uint64_t>(status.st_size), static_cast<std::uint64_t>(status.st_ino)};
 }
 
+bool ListedBefore(const FolderEntry& a, const FolderEntry& b)
+{
+    // By whole names "Bass 2.fxp" would come before "Bass.fxp", as a blank does before a dot.
+    const auto sortName = [](const FolderEntry& entry) {
+        return entry.isFolder ? std::string_view(entry.name) : WithoutExtension(entry.name);
+    };
+    return sortName(a) != sortName(b) ? NaturallyBefore(sortName(a), sortName(b))
+                                      : NaturallyBefore(a.name, b.name);
+}
+
 } // namespace
 
 bool ListFolder(std::string_view path, std::vector<FolderEntry>& entries)
@@ -44,9 +54,7 @@ bool ListFolder(std::string_view path, std::vector<FolderEntry>& entries)
         if (S_ISDIR(status.st_mode) || S_ISREG(status.st_mode))
             entries.push_back({std::string(name), S_ISDIR(status.st_mode), StampOf(status)});
     }
-    std::sort(entries.begin(), entries.end(), [](const FolderEntry& a, const FolderEntry& b) {
-        return NaturallyBefore(a.name, b.name);
-    });
+    std::sort(entries.begin(), entries.end(), ListedBefore);
     return true;
 }
 

@@ -81,8 +81,8 @@ TEST(Folders, OrderStaysStrictForNamesOfAnyBytes)
 TEST(Folders, LeaveOutWhatCouldHarmOrHasNoName)
 {
     const CTemporaryFolder folder;
-    folder.Write("Pad 10.fxp", "x");
-    folder.Write("Pad 9.fxp", "x");
+    for (const char* name : {"Pad 10.fxp", "Pad 9.fxp", "Pad.fxp", "Pad.bak", "Pad-2.fxp"})
+        folder.Write(name, "x");
     folder.Write("bank/inner", "x");
     folder.Write(".hidden", "x");
     folder.Write("not \xFF utf", "x");
@@ -95,8 +95,9 @@ TEST(Folders, LeaveOutWhatCouldHarmOrHasNoName)
     constexpr auto kThen = static_cast<time_t>(13569465600); // seconds
     const timespec inThe25thCentury[] = {{kThen, 0}, {kThen, 0}};
     ASSERT_EQ(::utimensat(AT_FDCWD, folder.Path("Pad 9.fxp").c_str(), inThe25thCentury, 0), 0);
-    EXPECT_EQ(NamesIn(folder.Path()), (std::vector<std::string>{"bank/", "itself/", "linked.fxp",
-                                                                "Pad 9.fxp", "Pad 10.fxp"}));
+    EXPECT_EQ(NamesIn(folder.Path()),
+              (std::vector<std::string>{"bank/", "itself/", "linked.fxp", "Pad.bak", "Pad.fxp",
+                                        "Pad 9.fxp", "Pad 10.fxp", "Pad-2.fxp"}));
 
     std::vector<FolderEntry> entries{{"left over", false, {}}};
     for (const std::string& path :
