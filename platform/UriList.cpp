@@ -56,9 +56,10 @@ std::string FirstPathOf(std::string_view uriList)
 {
     while (!uriList.empty()) {
         const std::size_t end = std::min(uriList.find_first_of("\r\n"), uriList.size());
-        const std::string path = PathOf(uriList.substr(0, end));
-        if (!path.empty())
-            return path;
+        const std::string_view line = uriList.substr(0, end);
+        // The first decides: nobody who dropped several means the second.
+        if (!line.empty() && line[0] != '#')
+            return PathOf(line);
         uriList.remove_prefix(std::min(end + 1, uriList.size()));
     }
     return {};
