@@ -18,7 +18,15 @@ struct CHostCalls::Queue {
     std::list<std::function<void()>> calls; // unlike a deque it takes no memory until it is used
     int depth = 0; ///< of calls under way, one inside the other, on the thread `maker`
     std::thread::id maker;
+    unsigned era = 0; ///< counts the calls that were given up on
 };
+
+// The maker changes hands (tests: X11WindowThreads)
+// 1. when it has made the last call: the next who delivers is it, or who waits to finish;
+// 2. when a host closes and keeps the call waiting: the one who finishes gives up on it, and is it;
+// 3. not when the host closes inside the call: it makes the rest within it;
+// 4. when a call that was given up on posts another: its thread is it again, for what it delivers
+//    there. What it had begun before belongs to an era that is over, and makes and counts nothing.
 
 namespace {
 
@@ -84,7 +92,8 @@ void CHostCalls::Deliver(Queue& queue)
         return;
     queue.maker = self;
     ++queue.depth; // more than 1 when a call came back to us
-    while (!queue.calls.empty() && queue.maker == self) {
+    const unsigned era = queue.era;
+    while (!queue.calls.empty() && queue.era == era) {
         const std::function<void()> call = std::move(queue.calls.front());
         queue.calls.pop_front();
         lock.unlock();
@@ -94,7 +103,7 @@ void CHostCalls::Deliver(Queue& queue)
         }
         lock.lock();
     }
-    if (queue.maker == self && --queue.depth == 0)
+    if (queue.era == era && --queue.depth == 0)
         queue.idle.notify_all();
 }
 
@@ -106,8 +115,8 @@ void CHostCalls::Finish()
         const std::thread::id self = std::this_thread::get_id();
         const auto nobodyElse = [&] { return queue->depth == 0 || queue->maker == self; };
         if (!queue->idle.wait_for(lock, kPatience, nobodyElse)) {
-            queue->depth = 0; // the other one finds on its return that it is no longer the maker
-            queue->maker = {};
+            ++queue->era; // the other one finds on its return that it is no longer the maker
+            queue->depth = 0;
         }
     }
     Deliver(*queue);

@@ -442,6 +442,10 @@ TEST_F(X11WindowThreads, ClosesInMidDragWithoutACallAfterwards)
             if (waiting.exchange(true))
                 return;
             const std::lock_guard held(hostLock);
+            {
+                const CUiLock lock;
+                editor.calls->Post([] {}); // made here, within the call
+            }
             returned = true;
         });
         EXPECT_TRUE(Eventually([&] { return waiting.load(); }));
@@ -453,6 +457,21 @@ TEST_F(X11WindowThreads, ClosesInMidDragWithoutACallAfterwards)
         EXPECT_FALSE(returned);
         hostLock.unlock();
         EXPECT_TRUE(Eventually([&] { return returned && !CWindowLoop::IsRunning(); }));
+
+        // The next call is waited for as if nothing had been.
+        std::atomic<bool> underWay{false};
+        std::thread other([&] {
+            const CUiLock lock;
+            editor.calls->Post([&] {
+                underWay = true;
+                std::this_thread::sleep_for(std::chrono::milliseconds(50));
+                underWay = false;
+            });
+        });
+        EXPECT_TRUE(Eventually([&] { return underWay.load(); }));
+        editor.calls->Finish();
+        EXPECT_FALSE(underWay);
+        other.join();
     }
     {
         // The host closes the editor from inside the call.
