@@ -45,6 +45,23 @@ void CopyText(std::string_view from, std::span<char> to)
     CTextWriter(to).Append(from);
 }
 
+void DropHalfCharacter(std::span<char> text)
+{
+    const std::size_t length = TextIn(text).size();
+    if (length + 1 != text.size())
+        return;
+    constexpr std::size_t kMostBytes = 4; // of a character
+    for (std::size_t bytes = 1; bytes < kMostBytes && bytes <= length; ++bytes) {
+        const auto first = static_cast<unsigned char>(text[length - bytes]);
+        if ((first & 0xC0u) == 0x80u)
+            continue; // not the first yet
+        const std::size_t whole = first < 0xC0 ? 1 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+        if (bytes < whole)
+            text[length - bytes] = '\0';
+        return;
+    }
+}
+
 std::string_view TextIn(std::span<const char> buffer)
 {
     const auto end = std::find(buffer.begin(), buffer.end(), '\0');

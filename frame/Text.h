@@ -25,6 +25,10 @@ private:
 /// Copies a text into a buffer, cut where the buffer ends, NUL-terminated.
 void CopyText(std::string_view from, std::span<char> to);
 
+/// Takes the beginning of a UTF-8 character off the end of a text that fills its buffer, and was
+/// perhaps cut there. Other text stays as it is.
+void DropHalfCharacter(std::span<char> text);
+
 /// The text of a buffer that should hold a NUL but perhaps doesn't: ends at the NUL or the buffer.
 [[nodiscard]] std::string_view TextIn(std::span<const char> buffer);
 

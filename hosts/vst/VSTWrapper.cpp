@@ -235,15 +235,18 @@ void CVSTWrapper::setProgramName(char* name)
         return;
     // A host that hands back what it was told, which had to be cut, means no new name.
     std::array<char, kProgramNameRoom> told;
-    renderer_->GetProgramName(told);
+    getProgramName(told.data());
     if (TextIn(told) != name)
         renderer_->SetProgramName(name);
 }
 
 void CVSTWrapper::getProgramName(char* name)
 {
-    if (renderer_ != nullptr)
-        renderer_->GetProgramName(TextOf<kProgramNameRoom>(name));
+    if (renderer_ == nullptr)
+        return;
+    renderer_->GetProgramName(TextOf<kProgramNameRoom>(name));
+    // Hosts show half a character as rubbish, or mend it and hand back another name.
+    DropHalfCharacter(TextOf<kProgramNameRoom>(name));
 }
 
 bool CVSTWrapper::getProgramNameIndexed(VstInt32, VstInt32, char* text)

@@ -154,13 +154,23 @@ TEST_F(VstBinding, AnswersOpcodesAsPublished)
 TEST_F(VstBinding, WritesTextsThatEndWithinWhatHostsProvide)
 {
     Load();
-    std::string longName(500, 'p');
-    host_.Dispatch(effSetProgramName, 0, 0, longName.data());
-    longName.resize(24); // what it was told itself is no new name
-    host_.Dispatch(effSetProgramName, 0, 0, longName.data());
-    std::array<char, 600> kept;
-    CFakeRenderer::newest.load()->GetProgramName(kept);
-    EXPECT_EQ(std::strlen(kept.data()), 500u);
+    const std::pair<std::string, std::size_t> kNames[] = {
+        {std::string(22, 'n') + "\xC3\xA4", 24}, // whole characters, as they are
+        {std::string(23, 'n') + "\xC3\xA4", 23},
+        {std::string(22, 'n') + "\xE2\x82\xAC", 22},
+        {std::string(20, 'n') + "\xF0\x9F\x8E\xB9", 24},
+        {std::string(21, 'n') + "\xF0\x9F\x8E\xB9", 21},
+        {std::string(500, 'p'), 24},
+    };
+    for (const auto& [name, length] : kNames) {
+        host_.Dispatch(effSetProgramName, 0, 0, std::string(name).data());
+        std::string told = host_.Text(effGetProgramName);
+        EXPECT_EQ(told, name.substr(0, length));
+        host_.Dispatch(effSetProgramName, 0, 0, told.data()); // which is no new name
+        std::array<char, 600> kept;
+        CFakeRenderer::newest.load()->GetProgramName(kept);
+        EXPECT_EQ(kept.data(), name);
+    }
     struct Case {
         VstInt32 opcode, index;
         std::size_t room;
