@@ -103,12 +103,12 @@ std::unique_ptr<CVstHost> CVstHost::Create(std::shared_ptr<CVstModule> module,
         error = "the module makes no instance";
         return nullptr;
     }
+    effect->resvd1 = reinterpret_cast<VstIntPtr>(host.get());
+    host->effect_ = effect; // which is closed from here on, whatever comes
     if ((effect->flags & effFlagsCanReplacing) == 0 || effect->processReplacing == nullptr) {
         error = "the module can only add to its outputs, as before version 2.4";
         return nullptr;
     }
-    effect->resvd1 = reinterpret_cast<VstIntPtr>(host.get());
-    host->effect_ = effect;
     host->Dispatch(effOpen);
     return host;
 }
@@ -135,6 +135,7 @@ void CVstHost::Start(double sampleRateHz, int maxBlockFrames)
     Stop();
     sampleRate_ = sampleRateHz;
     maxBlockFrames_ = maxBlockFrames;
+    songFrames_.reset();
     Dispatch(effSetSampleRate, 0, 0, nullptr, static_cast<float>(sampleRateHz));
     Dispatch(effSetBlockSize, 0, maxBlockFrames);
     Dispatch(effMainsChanged, 0, 1);
@@ -154,9 +155,11 @@ void CVstHost::Stop()
 void CVstHost::SetTransport(const HostTransport& transport)
 {
     // A caller who computes positions anew differs by rounding from one who adds up.
-    const bool jumped = std::fabs(transport.quarterNotes - transport_.quarterNotes) > 1e-3;
-    if (jumped || transport.playing != transport_.playing)
+    const bool goesOn = std::fabs(transport.quarterNotes - transport_.quarterNotes) <= 1e-3;
+    if (!goesOn || transport.playing != transport_.playing)
         transportChanged_ = true;
+    if (!goesOn)
+        songFrames_.reset();
     transport_ = transport;
 }
 
@@ -173,10 +176,19 @@ bool CVstHost::AddMidi(int frame, std::span<const std::uint8_t> message)
     return true;
 }
 
+/// As if the song had always had its tempo of the moment, which is all that is known of it.
+double CVstHost::FramesOfPosition() const
+{
+    const double frames = transport_.quarterNotes * 60.0 / transport_.tempoBpm * sampleRate_;
+    return std::isfinite(frames) ? std::round(frames) : 0.0;
+}
+
 void CVstHost::FillTimeInfo()
 {
+    if (!songFrames_)
+        songFrames_ = FramesOfPosition();
     timeInfo_ = {};
-    timeInfo_.samplePos = framesRendered_;
+    timeInfo_.samplePos = *songFrames_;
     timeInfo_.sampleRate = sampleRate_;
     timeInfo_.ppqPos = transport_.quarterNotes;
     timeInfo_.tempo = transport_.tempoBpm;
@@ -198,9 +210,10 @@ void CVstHost::Render(float* const* outputs, int frames, float* const* inputs)
                               frames);
     eventList_->numEvents = 0;
 
-    transportChanged_ = false;
-    framesRendered_ += frames;
+    if (transport_.known)
+        transportChanged_ = false;
     if (transport_.playing && sampleRate_ > 0.0) {
+        *songFrames_ += frames;
         transport_.quarterNotes += frames * transport_.tempoBpm / (60.0 * sampleRate_);
         transport_.barStartQuarters.reset(); // the position may be in another bar now
     }
@@ -249,10 +262,6 @@ std::string CVstHost::EffectName() const
 std::string CVstHost::VendorName() const
 {
     return Text(effGetVendorString, 0);
-}
-std::string CVstHost::ProductName() const
-{
-    return Text(effGetProductString, 0);
 }
 
 void CVstHost::SetProgramName(const std::string& name)

@@ -93,13 +93,10 @@ public:
     /// Announces rate and block size and switches processing on. Again at any time: stops first.
     void Start(double sampleRateHz, int maxBlockFrames);
     void Stop();
-    [[nodiscard]] bool IsStarted() const { return started_; }
-    [[nodiscard]] double SampleRate() const { return sampleRate_.load(); } ///< Hz, 0 before Start
 
     /// Song position and tempo from the next block on. Without another call the position moves on
     /// by itself while playing.
     void SetTransport(const HostTransport& transport);
-    [[nodiscard]] const HostTransport& Transport() const { return transport_; }
 
     /// Queues a message for the next block. Messages are handed on in the order they come.
     /// @param frame    within that block
@@ -125,7 +122,6 @@ public:
     void SetProgramName(const std::string& name);
     [[nodiscard]] std::string EffectName() const;
     [[nodiscard]] std::string VendorName() const;
-    [[nodiscard]] std::string ProductName() const;
 
     [[nodiscard]] std::vector<std::byte> GetChunk();               ///< empty when there is none
     [[nodiscard]] bool SetChunk(std::span<const std::byte> chunk); ///< false when refused
@@ -155,6 +151,7 @@ private:
     VstIntPtr Answer(VstInt32 opcode, VstInt32 index, VstIntPtr value, void* ptr, float opt);
     [[nodiscard]] std::string Text(VstInt32 opcode, int index) const;
     void FillTimeInfo();
+    [[nodiscard]] double FramesOfPosition() const;
 
     /// The published list ends in a fixed array; this one is as long as it needs to be.
     struct EventList {
@@ -173,8 +170,9 @@ private:
     std::atomic<int> maxBlockFrames_{0};
 
     HostTransport transport_;
-    bool transportChanged_ = false; ///< since the last block
-    double framesRendered_ = 0.0;
+    bool transportChanged_ = false; ///< and the plug-in wasn't told yet
+    /// Song position; counted on while it plays, through every tempo. Empty: quarterNotes tells.
+    std::optional<double> songFrames_;
     VstTimeInfo timeInfo_{};
     std::unique_ptr<std::array<VstMidiEvent, kMaxEvents>> messages_;
     std::unique_ptr<EventList> eventList_;
