@@ -1,0 +1,15 @@
+# A man page names the options that its program names in --help, no more and no less. Run with
+# -DPROGRAM=... -DPAGE=...
+execute_process(COMMAND ${PROGRAM} --help OUTPUT_VARIABLE help COMMAND_ERROR_IS_FATAL ANY)
+file(READ ${PAGE} page)
+string(REPLACE "\\-" "-" page "${page}")
+foreach(text help page)
+  string(REGEX MATCHALL "--[a-z][a-z-]*" ${text}_options "${${text}}")
+endforeach()
+set(unknown ${page_options})
+list(REMOVE_ITEM unknown ${help_options})
+set(missing ${help_options})
+list(REMOVE_ITEM missing ${page_options})
+if(unknown OR missing)
+  message(FATAL_ERROR "${PAGE}: not of the program: \"${unknown}\", missing: \"${missing}\"")
+endif()
