@@ -176,8 +176,7 @@ std::intptr_t CDNWrapper::HandleCommand(std::int32_t id, std::int32_t, std::intp
         ShowEditor(static_cast<std::uintptr_t>(value));
         break;
     case kStopSound: // the host goes on rendering: no end of processing
-        if (renderer_ != nullptr)
-            renderer_->ChangeSampleRate(0.0);
+        ChangeSampleRate(0);
         break;
     case kSetSampleRate:
         ChangeSampleRate(ToInt32(value));
@@ -208,11 +207,13 @@ void CDNWrapper::ShowEditor(std::uintptr_t parent)
 
 void CDNWrapper::ChangeSampleRate(std::int32_t hz)
 {
-    if (hz <= 0)
-        return;
-    StoreSampleRate(hz);
-    if (renderer_ != nullptr && TruncateToInt(renderer_->GetSampleRate()) != hz)
-        renderer_->ChangeSampleRate(hz, CPluginRenderer::EStart::AnyTime);
+    if (hz > 0) {
+        StoreSampleRate(hz);
+        if (renderer_ != nullptr && TruncateToInt(renderer_->GetSampleRate()) != hz)
+            renderer_->ChangeSampleRate(hz, CPluginRenderer::EStart::AnyTime);
+    } else if (renderer_ != nullptr) { // not stored: the phase increment would be infinite
+        renderer_->ChangeSampleRate(0.0);
+    }
 }
 
 std::int32_t CDNWrapper::OnHostEvent(std::int32_t id, std::intptr_t value, std::int32_t)

@@ -68,7 +68,7 @@ private:
     void HostNoteOn(int key, float velocity) override;
 
     void ShowEditor(std::uintptr_t parent);
-    void ChangeSampleRate(std::int32_t hz);
+    void ChangeSampleRate(std::int32_t hz); ///< one that isn't above 0 only stops all sound
     void NameSynthParameter(std::int32_t section, int index, std::span<char> text) const;
     void NameController(std::int32_t section, int controller, std::span<char> text) const;
     std::int32_t ExchangeSynthParameter(int index, std::int32_t value, std::int32_t flags);

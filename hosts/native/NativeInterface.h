@@ -101,7 +101,7 @@ struct StateStream {
 enum ECommand : std::int32_t {
     kShowEditor = 0, ///< value: the window to open it in; 0 closes it
     kStopSound = 2,
-    kSetSampleRate = 4,     ///< value: Hz
+    kSetSampleRate = 4,     ///< value: Hz; not above 0: as kStopSound
     kTransportChanged = 12, ///< value: not 0 while the song plays
     kTransportAgain = 13,   ///< the engine is to be told the transport's state once more
 };
