@@ -44,10 +44,10 @@ xcb_cursor_t MakeNoCursor(xcb_connection_t* connection, xcb_window_t window)
 
 } // namespace
 
-struct CX11Window::Ground {
+struct CX11Window::Parent {
     CXcbConnection connection;
     xcb_window_t root;
-    xcb_window_t parent;
+    xcb_window_t window;
     XVisual visual;
 };
 
@@ -87,10 +87,10 @@ std::unique_ptr<CX11Window> CX11Window::Make(NativeHandle parent, PixelSize size
     return window;
 }
 
-CX11Window::CX11Window(Ground ground, PixelSize size, CWindowClient& client)
-    : connection_(std::move(ground.connection)),
-      root_(ground.root),
-      parent_(ground.parent),
+CX11Window::CX11Window(Parent parent, PixelSize size, CWindowClient& client)
+    : connection_(std::move(parent.connection)),
+      root_(parent.root),
+      parent_(parent.window),
       window_(xcb_generate_id(connection_.get())),
       noCursor_(0),
       atoms_(InternAtoms(connection_.get())),
@@ -100,7 +100,7 @@ CX11Window::CX11Window(Ground ground, PixelSize size, CWindowClient& client)
 {
     xcb_connection_t* connection = connection_.get();
     const xcb_colormap_t colormap = xcb_generate_id(connection);
-    xcb_create_colormap(connection, XCB_COLORMAP_ALLOC_NONE, colormap, root_, ground.visual.id);
+    xcb_create_colormap(connection, XCB_COLORMAP_ALLOC_NONE, colormap, root_, parent.visual.id);
     // Border and colours are named: taken from a parent of another depth they would be an error. No
     // background: what the server clears would flicker.
     const std::uint32_t values[] = {
@@ -110,13 +110,13 @@ CX11Window::CX11Window(Ground ground, PixelSize size, CWindowClient& client)
             XCB_EVENT_MASK_STRUCTURE_NOTIFY | XCB_EVENT_MASK_FOCUS_CHANGE,
         colormap};
     xcb_create_window(
-        connection, ground.visual.depth, window_, parent_, 0, 0,
+        connection, parent.visual.depth, window_, parent_, 0, 0,
         static_cast<std::uint16_t>(size.width), static_cast<std::uint16_t>(size.height), 0,
-        XCB_WINDOW_CLASS_INPUT_OUTPUT, ground.visual.id,
+        XCB_WINDOW_CLASS_INPUT_OUTPUT, parent.visual.id,
         XCB_CW_BORDER_PIXEL | XCB_CW_BIT_GRAVITY | XCB_CW_EVENT_MASK | XCB_CW_COLORMAP, values);
     SetProperties(size, parent_ == root_);
     noCursor_ = MakeNoCursor(connection, window_);
-    pixels_ = std::make_unique<CWindowPixels>(connection, window_, ground.visual.depth);
+    pixels_ = std::make_unique<CWindowPixels>(connection, window_, parent.visual.depth);
     pixels_->Resize(size);
     keys_.Load(connection);
     xcb_map_window(connection, window_);

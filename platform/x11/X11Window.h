@@ -32,9 +32,9 @@ public:
     [[nodiscard]] NativeHandle Handle() const override { return lost_ ? 0 : window_; }
 
 private:
-    struct Ground; ///< connection, screen, visual and parent, before there is a window
+    struct Parent; ///< the window to be in, its connection and screen, and a way to draw there
 
-    CX11Window(Ground ground, PixelSize size, CWindowClient& client);
+    CX11Window(Parent parent, PixelSize size, CWindowClient& client);
     void SetProperties(PixelSize size, bool onDesktop);
 
     // CWindowLoopMember
