@@ -1,5 +1,6 @@
 #include "platform/x11/X11Window.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <utility>
 
@@ -9,6 +10,7 @@ namespace {
 
 constexpr xcb_timestamp_t kDoubleClickMs = 400;
 constexpr int kDoubleClickPixels = 4;
+constexpr int kEdgePixels = 200; // farther than a hand gets between two events
 
 constexpr std::uint32_t kPointerEvents =
     XCB_EVENT_MASK_BUTTON_PRESS | XCB_EVENT_MASK_BUTTON_RELEASE | XCB_EVENT_MASK_POINTER_MOTION;
@@ -191,9 +193,11 @@ void CX11Window::Move(PixelPoint at)
 // Capture. The server already sends the moves of a held button here; a grab of our own adds what
 // happens without one (an open menu), and the cursor.
 //
-// A hidden cursor is put back where it was after every move, so it never meets an edge. A move that
+// A hidden cursor is put back to one place after every move, so it never meets an edge. A move that
 // the server made before it put the cursor back counts from where the cursor had been then; from
 // the first event after that (its sequence number tells) moves count from the place it was put to.
+// Moves are measured on the screen, since hosts move their windows. The cursor is put to places of
+// our window: of those of the screen XWayland obeys only some.
 
 void CX11Window::BeginCapture(ECaptureCursor cursor)
 {
@@ -201,8 +205,12 @@ void CX11Window::BeginCapture(ECaptureCursor cursor)
         return;
     captured_ = true;
     hidden_ = cursor == ECaptureCursor::Hidden;
-    virtual_ = anchor_ = pointer_;
     warping_ = false;
+    if (hidden_) {
+        virtual_ = pointer_;
+        home_ = onScreen_;
+        anchor_ = AwayFromEdges(onScreen_);
+    }
     // When another program has the pointer this fails, and the drag lives on the button's own grab.
     const xcb_grab_pointer_cookie_t cookie =
         xcb_grab_pointer(connection_.get(), 0, window_, static_cast<std::uint16_t>(kPointerEvents),
@@ -220,27 +228,48 @@ void CX11Window::EndCapture()
         return;
     captured_ = false;
     if (std::exchange(hidden_, false)) {
-        xcb_warp_pointer(connection_.get(), XCB_WINDOW_NONE, window_, 0, 0, 0, 0,
-                         static_cast<std::int16_t>(anchor_.x),
-                         static_cast<std::int16_t>(anchor_.y));
+        WarpTo(home_);
         const xcb_cursor_t parents = XCB_CURSOR_NONE;
         xcb_change_window_attributes(connection_.get(), window_, XCB_CW_CURSOR, &parents);
-        pointer_ = anchor_;
+        pointer_.x += home_.x - onScreen_.x;
+        pointer_.y += home_.y - onScreen_.y;
+        onScreen_ = home_;
         movePending_ = false;
     }
     xcb_ungrab_pointer(connection_.get(), XCB_CURRENT_TIME);
     xcb_flush(connection_.get());
 }
 
-void CX11Window::WarpBack()
+/// The nearest place from which a move in any direction is not cut off by the screen's edge.
+PixelPoint CX11Window::AwayFromEdges(PixelPoint onScreen) const
 {
-    if (!hidden_ || warping_ || pointer_ == anchor_)
-        return;
+    // The connection knows the screen as it was when it was made.
+    const CXcbReply<xcb_get_geometry_reply_t> screen(xcb_get_geometry_reply(
+        connection_.get(), xcb_get_geometry(connection_.get(), root_), nullptr));
+    if (screen == nullptr)
+        return onScreen;
+    const auto kept = [](int place, int size) {
+        const int margin = std::min(kEdgePixels, size / 2);
+        return std::clamp(place, margin, size - margin);
+    };
+    return {kept(onScreen.x, screen->width), kept(onScreen.y, screen->height)};
+}
+
+void CX11Window::WarpTo(PixelPoint onScreen)
+{
+    warpTarget_ = {pointer_.x + onScreen.x - onScreen_.x, pointer_.y + onScreen.y - onScreen_.y};
     const xcb_void_cookie_t cookie = xcb_warp_pointer(
         connection_.get(), XCB_WINDOW_NONE, window_, 0, 0, 0, 0,
-        static_cast<std::int16_t>(anchor_.x), static_cast<std::int16_t>(anchor_.y));
-    warping_ = true;
+        static_cast<std::int16_t>(warpTarget_.x), static_cast<std::int16_t>(warpTarget_.y));
     warpSequence_ = cookie.sequence;
+}
+
+void CX11Window::WarpBack()
+{
+    if (!hidden_ || warping_ || onScreen_ == anchor_)
+        return;
+    WarpTo(anchor_);
+    warping_ = true;
     xcb_flush(connection_.get());
 }
 
@@ -270,7 +299,7 @@ void CX11Window::ProcessEvents()
         pixels_->Done(event->full_sequence);
         const int type = event->response_type & 0x7f;
         if (movePending_ && type != XCB_MOTION_NOTIFY && type != XCB_GE_GENERIC) {
-            SendMove(hidden_ ? virtual_ : pointer_, moveModifiers_);
+            SendMove();
             if (life.expired())
                 return;
         }
@@ -279,7 +308,7 @@ void CX11Window::ProcessEvents()
             return;
     }
     if (movePending_ && !lost_) {
-        SendMove(hidden_ ? virtual_ : pointer_, moveModifiers_);
+        SendMove();
         if (life.expired())
             return;
     }
@@ -297,10 +326,9 @@ void CX11Window::OnEvent(const xcb_generic_event_t& event)
         break;
     }
     case XCB_BUTTON_PRESS:
-        OnButton(reinterpret_cast<const xcb_button_press_event_t&>(event), true);
-        break;
     case XCB_BUTTON_RELEASE:
-        OnButton(reinterpret_cast<const xcb_button_press_event_t&>(event), false);
+        OnButton(reinterpret_cast<const xcb_button_press_event_t&>(event), event.full_sequence,
+                 (event.response_type & 0x7f) == XCB_BUTTON_PRESS);
         break;
     case XCB_MOTION_NOTIFY:
         OnMotion(reinterpret_cast<const xcb_motion_notify_event_t&>(event), event.full_sequence);
@@ -385,11 +413,10 @@ bool CX11Window::IsDoubleClick(const xcb_button_press_event_t& event)
     return isDouble;
 }
 
-void CX11Window::OnButton(const xcb_button_press_event_t& event, bool down)
+void CX11Window::OnButton(const xcb_button_press_event_t& event, std::uint32_t sequence, bool down)
 {
     time_ = event.time;
-    if (!hidden_)
-        pointer_ = {event.event_x, event.event_y};
+    FollowPointer({event.event_x, event.event_y}, {event.root_x, event.root_y}, sequence);
     const PixelPoint at = hidden_ ? virtual_ : pointer_;
     const unsigned modifiers = moveModifiers_ = ModifiersOf(event.state);
     if (event.detail >= 4 && event.detail <= 7) {
@@ -410,6 +437,21 @@ void CX11Window::OnButton(const xcb_button_press_event_t& event, bool down)
     client_.OnPointer({kind, kButtons[event.detail - 1], modifiers, at});
 }
 
+/// Takes over what an event says of the pointer's place.
+void CX11Window::FollowPointer(PixelPoint at, PixelPoint onScreen, std::uint32_t sequence)
+{
+    if (hidden_) {
+        if (warping_ && static_cast<std::int32_t>(sequence - warpSequence_) >= 0) {
+            warping_ = false;
+            onScreen_ = {onScreen.x - at.x + warpTarget_.x, onScreen.y - at.y + warpTarget_.y};
+        }
+        virtual_.x += onScreen.x - onScreen_.x;
+        virtual_.y += onScreen.y - onScreen_.y;
+    }
+    pointer_ = at;
+    onScreen_ = onScreen;
+}
+
 /// Raw events don't tell them, and keys that are pressed while the pointer rests make no event here
 /// without the focus.
 unsigned CX11Window::HeldModifiers() const
@@ -419,25 +461,17 @@ unsigned CX11Window::HeldModifiers() const
     return reply != nullptr ? ModifiersOf(reply->mask) : moveModifiers_;
 }
 
-void CX11Window::SendMove(PixelPoint at, unsigned modifiers)
+void CX11Window::SendMove()
 {
     movePending_ = false;
-    client_.OnPointer({PointerEvent::EKind::Move, EMouseButton::Left, modifiers, at});
+    client_.OnPointer({PointerEvent::EKind::Move, EMouseButton::Left, moveModifiers_,
+                       hidden_ ? virtual_ : pointer_});
 }
 
 void CX11Window::OnMotion(const xcb_motion_notify_event_t& event, std::uint32_t sequence)
 {
     time_ = event.time;
-    const PixelPoint at{event.event_x, event.event_y};
-    if (hidden_) {
-        if (warping_ && static_cast<std::int32_t>(sequence - warpSequence_) >= 0) {
-            warping_ = false;
-            pointer_ = anchor_;
-        }
-        virtual_.x += at.x - pointer_.x;
-        virtual_.y += at.y - pointer_.y;
-    }
-    pointer_ = at;
+    FollowPointer({event.event_x, event.event_y}, {event.root_x, event.root_y}, sequence);
     moveModifiers_ = ModifiersOf(event.state);
     movePending_ = true;
     // A drag is no click, though a hidden cursor is back where it began when it ends.
@@ -465,7 +499,9 @@ void CX11Window::OnCrossing(const xcb_enter_notify_event_t& event, bool leaves)
     if (hidden_ || event.mode != XCB_NOTIFY_MODE_NORMAL)
         return;
     pointer_ = {event.event_x, event.event_y};
-    SendMove(pointer_, ModifiersOf(event.state));
+    onScreen_ = {event.root_x, event.root_y};
+    moveModifiers_ = ModifiersOf(event.state);
+    SendMove();
 }
 
 void CX11Window::OnKey(const xcb_key_press_event_t& event, bool down)

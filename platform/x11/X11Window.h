@@ -43,7 +43,7 @@ private:
     void Tick() override { client_.OnTick(); }
 
     void OnEvent(const xcb_generic_event_t& event);
-    void OnButton(const xcb_button_press_event_t& event, bool down);
+    void OnButton(const xcb_button_press_event_t& event, std::uint32_t sequence, bool down);
     void OnMotion(const xcb_motion_notify_event_t& event, std::uint32_t sequence);
     void OnCrossing(const xcb_enter_notify_event_t& event, bool leaves);
     void OnKey(const xcb_key_press_event_t& event, bool down);
@@ -53,8 +53,11 @@ private:
     [[nodiscard]] bool IsViewable() const;
     [[nodiscard]] unsigned HeldModifiers() const; ///< asks the server
     [[nodiscard]] bool IsDoubleClick(const xcb_button_press_event_t& event);
-    void SendMove(PixelPoint at, unsigned modifiers);
+    void FollowPointer(PixelPoint at, PixelPoint onScreen, std::uint32_t sequence);
+    void SendMove();
+    void WarpTo(PixelPoint onScreen);
     void WarpBack();
+    [[nodiscard]] PixelPoint AwayFromEdges(PixelPoint onScreen) const;
     void Lose();
 
     CXcbConnection connection_;
@@ -83,10 +86,13 @@ private:
 
     bool captured_ = false;
     bool hidden_ = false;
-    PixelPoint pointer_;   ///< in the window, as last seen
-    PixelPoint virtual_;   ///< where it would be without edges
-    PixelPoint anchor_;    ///< where a hidden cursor is held
-    bool warping_ = false; ///< on its way back there
+    PixelPoint pointer_;    ///< in the window, as last seen
+    PixelPoint onScreen_;   ///< the same place, on the screen
+    PixelPoint virtual_;    ///< in the window, where it would be if it weren't held
+    PixelPoint home_;       ///< on the screen, where a hidden cursor is shown again
+    PixelPoint anchor_;     ///< on the screen, where it is held until then
+    bool warping_ = false;  ///< on its way back there
+    PixelPoint warpTarget_; ///< in the window
     std::uint32_t warpSequence_ = 0;
     bool movePending_ = false; ///< moves are told together, before the next other event
     unsigned moveModifiers_ = 0;
