@@ -377,8 +377,10 @@ void CX11Window::OnEvent(const xcb_generic_event_t& event)
     case XCB_GE_GENERIC: {
         WheelEvent wheel;
         if (scroll_.OnEvent(event, wheel)) {
-            wheel.at = pointer_;
-            wheel.modifiers = moveModifiers_ = HeldModifiers();
+            // Raw events don't tell place and modifiers.
+            AskForPointer();
+            wheel.at = hidden_ ? virtual_ : pointer_;
+            wheel.modifiers = moveModifiers_;
             client_.OnWheelTurn(wheel);
         }
         break;
@@ -452,13 +454,27 @@ void CX11Window::FollowPointer(PixelPoint at, PixelPoint onScreen, std::uint32_t
     onScreen_ = onScreen;
 }
 
-/// Raw events don't tell them, and keys that are pressed while the pointer rests make no event here
-/// without the focus.
-unsigned CX11Window::HeldModifiers() const
+bool CX11Window::AskForPointer()
 {
     const CXcbReply<xcb_query_pointer_reply_t> reply(xcb_query_pointer_reply(
         connection_.get(), xcb_query_pointer(connection_.get(), window_), nullptr));
-    return reply != nullptr ? ModifiersOf(reply->mask) : moveModifiers_;
+    if (reply == nullptr)
+        return false;
+    moveModifiers_ = ModifiersOf(reply->mask);
+    const PixelPoint at{reply->win_x, reply->win_y};
+    if (hidden_ || reply->same_screen == 0) // a hidden one's moves are counted by their events
+        return false;
+    onScreen_ = {reply->root_x, reply->root_y};
+    return std::exchange(pointer_, at) != at;
+}
+
+void CX11Window::Tick()
+{
+    const std::weak_ptr<const bool> life = life_;
+    if (away_ && !captured_ && !lost_ && AskForPointer())
+        SendMove();
+    if (!life.expired())
+        client_.OnTick();
 }
 
 void CX11Window::SendMove()
@@ -496,7 +512,12 @@ void CX11Window::OnCrossing(const xcb_enter_notify_event_t& event, bool leaves)
         client_.OnCaptureLost();
         return;
     }
-    if (hidden_ || event.mode != XCB_NOTIFY_MODE_NORMAL)
+    if (hidden_)
+        return;
+    // A host's open menu, as a rule. What the end of a grab tells is where the pointer is then, if
+    // that is in this window.
+    away_ = leaves && event.mode == XCB_NOTIFY_MODE_GRAB && !captured_;
+    if (away_)
         return;
     pointer_ = {event.event_x, event.event_y};
     onScreen_ = {event.root_x, event.root_y};

@@ -40,7 +40,7 @@ private:
     // CWindowLoopMember
     [[nodiscard]] int File() const override;
     void ProcessEvents() override;
-    void Tick() override { client_.OnTick(); }
+    void Tick() override;
 
     void OnEvent(const xcb_generic_event_t& event);
     void OnButton(const xcb_button_press_event_t& event, std::uint32_t sequence, bool down);
@@ -51,9 +51,9 @@ private:
     void OnMessage(const xcb_client_message_event_t& event);
     void OnSelection(const xcb_selection_notify_event_t& event);
     [[nodiscard]] bool IsViewable() const;
-    [[nodiscard]] unsigned HeldModifiers() const; ///< asks the server
     [[nodiscard]] bool IsDoubleClick(const xcb_button_press_event_t& event);
     void FollowPointer(PixelPoint at, PixelPoint onScreen, std::uint32_t sequence);
+    bool AskForPointer(); ///< where it is and what is held; @return whether it is elsewhere
     void SendMove();
     void WarpTo(PixelPoint onScreen);
     void WarpBack();
@@ -94,6 +94,7 @@ private:
     bool warping_ = false;  ///< on its way back there
     PixelPoint warpTarget_; ///< in the window
     std::uint32_t warpSequence_ = 0;
+    bool away_ = false;        ///< another program has the pointer: nobody tells where it goes
     bool movePending_ = false; ///< moves are told together, before the next other event
     unsigned moveModifiers_ = 0;
 };

@@ -330,6 +330,41 @@ TEST_F(X11Window, KeepsTheFocusThatItsClickHasTheWindowManagerTake)
     EXPECT_FALSE(focused());
 }
 
+TEST_F(X11Window, KnowsWhereThePointerIsThatAnotherProgramHad)
+{
+    OpenShown();
+    CXHost other;
+    const auto grab = [&] { // as an open menu does
+        const CXcbReply<xcb_grab_pointer_reply_t> reply(xcb_grab_pointer_reply(
+            other.Connection(),
+            xcb_grab_pointer(other.Connection(), 0, other.Screen().root,
+                             XCB_EVENT_MASK_POINTER_MOTION, XCB_GRAB_MODE_ASYNC,
+                             XCB_GRAB_MODE_ASYNC, XCB_WINDOW_NONE, XCB_CURSOR_NONE, 0),
+            nullptr));
+        EXPECT_EQ(reply->status, XCB_GRAB_STATUS_SUCCESS);
+    };
+    const auto letGo = [&] {
+        xcb_ungrab_pointer(other.Connection(), XCB_CURRENT_TIME);
+        other.Sync();
+    };
+    const auto isToldAt = [&](PixelPoint at) {
+        return EventuallyLocked([&] { return recorder_.pointer.back().at == at; });
+    };
+    EXPECT_TRUE(isToldAt({50, 50}));
+    grab();
+    host_.MoveTo({800, 600});
+    letGo();
+    EXPECT_TRUE(isToldAt({700, 500})) << "it left meanwhile";
+    host_.MoveTo({150, 150});
+    EXPECT_TRUE(isToldAt({50, 50}));
+    host_.MoveTo({800, 600});
+    EXPECT_TRUE(isToldAt({700, 500}));
+    grab();
+    host_.MoveTo({160, 140});
+    letGo();
+    EXPECT_TRUE(isToldAt({60, 40})) << "it came meanwhile";
+}
+
 TEST_F(X11Window, TakesADroppedFile)
 {
     OpenShown();
