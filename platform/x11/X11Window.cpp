@@ -353,11 +353,8 @@ void CX11Window::OnEvent(const xcb_generic_event_t& event)
             OnFocus((event.response_type & 0x7f) == XCB_FOCUS_IN);
         break;
     }
-    case XCB_UNMAP_NOTIFY: // the server ends a grab of a window that isn't seen
-        if (captured_) {
-            EndCapture();
-            client_.OnCaptureLost();
-        }
+    case XCB_UNMAP_NOTIFY:
+        OnUnseen();
         break;
     case XCB_REPARENT_NOTIFY:
         parent_ = reinterpret_cast<const xcb_reparent_notify_event_t&>(event).parent;
@@ -396,12 +393,22 @@ void CX11Window::OnEvent(const xcb_generic_event_t& event)
 // insist.
 void CX11Window::OnFocus(bool in)
 {
-    if (in || !std::exchange(keepsFocus_, false)) {
+    if (in || !std::exchange(keepsFocus_, false) || !IsViewable()) {
         client_.OnFocus(in);
         return;
     }
     xcb_set_input_focus(connection_.get(), XCB_INPUT_FOCUS_PARENT, window_, XCB_CURRENT_TIME);
     xcb_flush(connection_.get());
+}
+
+/// The server ends a grab of a window that isn't seen, and where its button goes up isn't told.
+void CX11Window::OnUnseen()
+{
+    keepsFocus_ = false;
+    if (!captured_)
+        return;
+    EndCapture();
+    client_.OnCaptureLost();
 }
 
 bool CX11Window::IsDoubleClick(const xcb_button_press_event_t& event)
@@ -430,7 +437,7 @@ void CX11Window::OnButton(const xcb_button_press_event_t& event, std::uint32_t s
     }
     if (event.detail < 1 || event.detail > 3)
         return;
-    keepsFocus_ = down;
+    keepsFocus_ = down && event.detail == 1; // the one that takes it
     constexpr EMouseButton kButtons[] = {EMouseButton::Left, EMouseButton::Middle,
                                          EMouseButton::Right};
     auto kind = PointerEvent::EKind::Up;
@@ -505,11 +512,10 @@ bool CX11Window::IsViewable() const
 void CX11Window::OnCrossing(const xcb_enter_notify_event_t& event, bool leaves)
 {
     scroll_.Follow(!leaves);
-    // When the host hides a window above this one, the server ends the grab and tells no more than
-    // that the pointer left.
-    if (captured_ && leaves && !IsViewable()) {
-        EndCapture();
-        client_.OnCaptureLost();
+    // When the host hides a window above this one, the server tells no more than that the pointer
+    // left.
+    if ((captured_ || keepsFocus_) && leaves && !IsViewable()) {
+        OnUnseen();
         return;
     }
     if (hidden_)

@@ -48,6 +48,7 @@ private:
     void OnCrossing(const xcb_enter_notify_event_t& event, bool leaves);
     void OnKey(const xcb_key_press_event_t& event, bool down);
     void OnFocus(bool in);
+    void OnUnseen();
     void OnMessage(const xcb_client_message_event_t& event);
     void OnSelection(const xcb_selection_notify_event_t& event);
     [[nodiscard]] bool IsViewable() const;

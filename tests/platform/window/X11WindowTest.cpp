@@ -319,15 +319,34 @@ TEST_F(X11Window, KeepsTheFocusThatItsClickHasTheWindowManagerTake)
     EXPECT_FALSE(focused());
     host_.Release(1);
 
-    host_.Press(1);
-    host_.Release(1);
-    EXPECT_TRUE(EventuallyLocked([&] {
-        recorder_.window->TakeFocus();
-        return recorder_.focus.back() && recorder_.pointer.back().kind == PointerEvent::EKind::Up;
-    }));
-    giveToHost(); // nothing is held: the user has gone
-    EXPECT_TRUE(EventuallyLocked([&] { return !recorder_.focus.back(); }));
-    EXPECT_FALSE(focused());
+    struct Case {
+        const char* what;
+        int held;
+        std::function<void()> loses;
+    };
+    const Case kCases[] = {
+        {"nothing is held: the user has gone", 0, giveToHost},
+        {"the right button, which takes no focus: a menu of the host's", 3, giveToHost},
+        {"the host hides its window under the user's hand", 1,
+         [&] { xcb_unmap_window(host_.Connection(), host), host_.Sync(); }},
+    };
+    for (const Case& c : kCases) {
+        host_.Press(1);
+        host_.Release(1);
+        if (c.held != 0)
+            host_.Press(c.held);
+        EXPECT_TRUE(EventuallyLocked([&] {
+            using EKind = PointerEvent::EKind;
+            const EKind last = recorder_.pointer.back().kind;
+            recorder_.window->TakeFocus();
+            return recorder_.focus.back() && (last == EKind::Up) == (c.held == 0);
+        }));
+        c.loses();
+        EXPECT_TRUE(EventuallyLocked([&] { return !recorder_.focus.back(); })) << c.what;
+        EXPECT_FALSE(focused()) << c.what;
+        if (c.held != 0)
+            host_.Release(c.held);
+    }
 }
 
 TEST_F(X11Window, KnowsWhereThePointerIsThatAnotherProgramHad)
