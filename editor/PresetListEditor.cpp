@@ -77,7 +77,7 @@ std::string LineText(int index, const std::vector<std::string>& names)
     return std::to_string(index + 1) + ". " + Drawable(names[static_cast<std::size_t>(index)]);
 }
 
-/// Keeps what is scrolled to.
+/// Keeps what is scrolled to, as far as the selected line stays in sight when something changes.
 void FillList(CControlList& list, const std::vector<std::string>& names, int selected)
 {
     bool same = list.GetItemCount() == static_cast<int>(names.size());
@@ -86,14 +86,15 @@ void FillList(CControlList& list, const std::vector<std::string>& names, int sel
         same = same && list.GetItem(i)->text == text;
     }
     if (!same) {
+        const float firstRow = list.GetScrollOffset();
         list.ClearItems();
         for (int i = 0; i < static_cast<int>(names.size()); ++i)
             list.NewItem().text = LineText(i, names);
-        list.SetScrollOffset(list.GetScrollOffset()); // within the new range
+        list.SetScrollOffset(firstRow); // within the new range
     }
     const bool moved = list.GetValue() != static_cast<float>(selected);
     list.SetValue(static_cast<float>(selected));
-    if (moved && selected >= 0)
+    if ((moved || !same) && selected >= 0)
         list.ShowItem(selected);
 }
 

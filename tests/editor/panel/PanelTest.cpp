@@ -312,6 +312,28 @@ TEST_F(Browser, ListsBanksAndProgramsAndLoadsWhatIsPicked)
     EXPECT_EQ(ValueOf(kGain), 0.25f);
 }
 
+TEST_F(Browser, KeepsItsListsWhereTheyAreAndTheSelectedInSightWhenTheyGrow)
+{
+    const std::string program = Slurp(machine_.Path("root/Banks/Alpha/One.keldra"));
+    for (int i = 100; i < 160; ++i)
+        machine_.Write("root/Banks/Alpha/P " + std::to_string(i) + ".keldra", program);
+    for (const char* name : {"P 150b", "P 150a"}) { // the second takes the first one's line
+        Answer(machine_.Path("root/Banks/Alpha/") + name + ".keldra");
+        rig_.Click(PanelRect{262, 36, 60, 22}); // Save
+        window_.Tick(4);
+        EXPECT_EQ(programs_.GetValue(), 52.0f);
+        EXPECT_EQ(programs_.GetScrollOffset(), 31.0f) << name;
+        window_.MoveTo({500, 200});
+        window_.Wheel(50.0f);
+    }
+    window_.Wheel(-36.0f);
+    machine_.Write("root/Banks/Alpha/P 160.keldra", program); // another instance's
+    window_.Key(kKeyDown);
+    window_.Tick(4);
+    EXPECT_EQ(programs_.GetItemCount(), 65);
+    EXPECT_EQ(programs_.GetScrollOffset(), 36.0f);
+}
+
 TEST_F(Browser, KeepsThePanelBehindItFromReactingAndGivesItBack)
 {
     const PanelControl& mod = ControlOf(EPanelRole::ModWheel);
