@@ -146,9 +146,10 @@ void CPluginEditor::ShowProgram()
 
 bool CPluginEditor::OnMouseDown()
 {
-    // The native host has a menu of its own for each of its parameters.
+    // The native host has a menu of its own for each of its parameters; under the browser none
+    // could be shown, and a press beside it closes it.
     if (CPluginInstance::Get().HostKind() == EHostKind::Native && host_ != nullptr &&
-        GetMouseButton() == EMouseButton::Right && !IsCapturing())
+        GetMouseButton() == EMouseButton::Right && !IsCapturing() && GetModalGroup() == nullptr)
         for (CControlGroup* group = GetRootGroup(); group != nullptr; group = group->GetNext())
             for (CControl* control = group->GetFirstControl(); control != nullptr;
                  control = control->GetNext())

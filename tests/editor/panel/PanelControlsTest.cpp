@@ -296,6 +296,9 @@ TEST_F(PanelControls, LeavesTheRightButtonToTheHostThatHasAMenuForIt)
     rig_.Click(ControlOf(kFilterCutoff).rect, EMouseButton::Right);
     EXPECT_EQ(rig_.TakeLog(), "");
     EXPECT_EQ(ValueOf(kFilterCutoff), 0.5f);
+    rig_.Click(EPanelRole::ProgramName);
+    rig_.Click(ControlOf(kAmpRelease).rect, EMouseButton::Right); // beside the browser: closes it
+    EXPECT_EQ(rig_.editor->GetModalGroup(), nullptr);
     CPluginInstance::GetMutable().SetHostVst();
 }
 
