@@ -146,6 +146,8 @@ void KeldraEditor::BuildPanel() // UI lock held
         if (CControl* const control = AddControl(MakeControl(row)))
             Remember(row.role, *control);
     SyncControls();
+    RedrawAll(); // a window that has been open and grey
+    PresentAll();
 }
 
 std::unique_ptr<CControl> KeldraEditor::MakeControl(const PanelControl& row)

@@ -422,9 +422,9 @@ TEST(PanelSkin, IsGreyWithoutAnImageAndEverythingElseLives)
         EXPECT_FALSE(rig.host->OpenEditor(reinterpret_cast<void*>(7))) << "the host is told";
         KeldraEditor alone; // as others open it
         EXPECT_TRUE(alone.Open(nullptr));
+        CHeadlessWindow& grey = *CHeadlessWindow::Newest();
         for (const PixelPoint at : {PixelPoint{0, 0}, {300, 200}, {854, 520}})
-            EXPECT_EQ(CHeadlessWindow::Newest()->PixelAt(at.x, at.y) & 0xffffffu, 0x414141u);
-        alone.Close();
+            EXPECT_EQ(grey.PixelAt(at.x, at.y) & 0xffffffu, 0x414141u);
         const std::string told = testing::internal::GetCapturedStderr();
         EXPECT_NE(told.find(path), std::string::npos) << told;
         EXPECT_EQ(told.find(path), told.rfind(path)) << "once";
@@ -436,7 +436,10 @@ TEST(PanelSkin, IsGreyWithoutAnImageAndEverythingElseLives)
         EXPECT_GT(*std::max_element(sound.begin(), sound.end()), 0.001f);
 
         machine.Write("root/Skin/" + std::string(file), kept);
-        rig.Open(); // with the skin mended the panel is there
+        EXPECT_TRUE(alone.Open(nullptr)); // with the skin mended, and still open
+        EXPECT_NE(grey.PixelAt(300, 200) & 0xffffffu, 0x414141u);
+        alone.Close();
+        rig.Open(); // the panel is there
         EXPECT_NE(rig.editor->FindControl(kFilterCutoff), nullptr);
 
         std::filesystem::resize_file(path, 10); // and stays, now that it has been loaded
