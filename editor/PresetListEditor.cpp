@@ -155,6 +155,8 @@ void CPresetListEditor::FocusPrograms()
 
 void CPresetListEditor::OnControlReleased(CControl* control)
 {
+    if (IsHidden())
+        return; // torn from the hand by closing
     if (control == loadButton_)
         later_([&synth = synth_] { synth.Presets().LoadProgramWithDialog(); });
     else if (control == saveButton_)

@@ -39,7 +39,11 @@ void CControlGroup::Draw()
 
 bool CControlGroup::SetHidden(bool hidden)
 {
-    return std::exchange(hidden_, hidden) != hidden;
+    if (std::exchange(hidden_, hidden) == hidden)
+        return false;
+    if (CControl* const held = mouseOwner_ != nullptr ? mouseOwner_ : active_; held && hidden)
+        held->OnDragLost();
+    return true;
 }
 
 void CControlGroup::SetModal(bool modal)

@@ -23,7 +23,8 @@ public:
     [[nodiscard]] virtual CGraphicBuffer* GetBuffer() const;
     /// Backdrop, controls in chain order, the active one over them.
     virtual void Draw();
-    virtual bool SetHidden(bool hidden);
+    virtual bool
+    SetHidden(bool hidden); ///< hiding ends what the user is doing with a control of it
     [[nodiscard]] virtual bool IsHidden() const { return hidden_; }
     virtual void SetBackgroundImage(const CGraphicBuffer* image) { background_ = image; }
 

@@ -359,14 +359,21 @@ TEST_F(Browser, KeepsThePanelBehindItFromReactingAndGivesItBack)
             window_.PressAgain();
         }, // twice where nothing is
         [&] { window_.Focus(false); },
+        [&] {
+            window_.MoveTo({220, 45}); // with a finger on "Load"
+            window_.Press();
+            window_.Focus(false);
+        },
     };
     for (const auto& close : ways) {
         SCOPED_TRACE(&close - ways);
         EXPECT_TRUE(IsOpen());
         close();
         EXPECT_FALSE(IsOpen());
+        EXPECT_FALSE(rig_.editor->IsCapturing());
         EXPECT_EQ(rig_.Seen(), closed_);
         EXPECT_EQ(ValueOf(kModWheelValue), 0.0f);
+        window_.Release();
         window_.Focus(true);
         rig_.Click(EPanelRole::ProgramName);
         EXPECT_EQ(rig_.editor->Browser(), &browser_) << "the same one again";
@@ -380,6 +387,7 @@ TEST_F(Browser, KeepsThePanelBehindItFromReactingAndGivesItBack)
     rig_.Open();
     EXPECT_EQ(rig_.Seen(), closed_) << "a new window shows the panel";
     EXPECT_EQ(rig_.TakeLog(), "");
+    EXPECT_TRUE(Dialogs().requests.empty());
 }
 
 TEST_F(Panel, OpensTheAboutBoxAtItsNameAndClosesItWithAnyPress)
