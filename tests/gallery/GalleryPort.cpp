@@ -45,9 +45,11 @@ bool CGalleryPort::SetValueFromText(CControl* control, std::string_view text)
 
 void CGalleryPort::AddKnobs()
 {
-    // At both ends, between two frames, halted, reversed, in steps, and as a number.
+    // At both ends, between two frames, halted, reversed without a pop-up, in unblended steps, and
+    // as a number that takes a long way.
     CControlKnob knob(0);
     knob.SetFilmstrip(&knobs_, 128);
+    knob.SetPopupColors(Rgb(200, 210, 220), Rgb(40, 60, 80), Rgb(20, 30, 40));
     constexpr float kValues[] = {0.0f, 0.25f, 0.5f, 0.77f, 1.0f};
     int x = 10;
     for (const float value : kValues) {
@@ -62,14 +64,18 @@ void CGalleryPort::AddKnobs()
     }
     auto& reversed = GetRootGroup()->Add(std::make_unique<CControlKnob>(knob));
     reversed.SetReversed(true);
+    reversed.SetPopup(false);
     reversed.MoveTo({x, 10});
     auto& inSteps = GetRootGroup()->Add(std::make_unique<CControlKnob>(knob));
     inSteps.SetQuantiseSteps(4);
+    inSteps.SetCrossfade(false);
     inSteps.SetValue(0.74f);
     inSteps.MoveTo({x + 40, 10});
     auto& number = GetRootGroup()->Add(std::make_unique<CControlNumber>(0));
     number.SetRect({x + 80, 20, 50, 15});
     number.SetFramed();
+    number.SetSensitivity(0.0005f);
+    number.SetFineFactor(0.2f);
     number.SetValue(0.42f);
 }
 
@@ -185,6 +191,9 @@ void CGalleryPort::AddMenus()
     longMenu_ = &GetRootGroup()->Add(std::make_unique<CControlMenu>(0));
     longMenu_->SetRect({380, 150, 60, 15});
     longMenu_->SetFramed();
+    longMenu_->SetImage(&twoFrames_); // its upper half, and while it is open the lower one
+    longMenu_->SetImagePlacement({382, 150, 10, 15}, {0, 0});
+    longMenu_->SetAlternateImage(&twoFrames_, {0, 16});
     for (int i = 1; i <= 64; ++i)
         longMenu_->AddItem(std::to_string(i));
     longMenu_->SetValue(3.0f);
