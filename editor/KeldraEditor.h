@@ -60,11 +60,9 @@ private:
     void BuildPanel();
     [[nodiscard]] std::unique_ptr<CControl> MakeControl(const PanelControl& row);
     void Remember(EPanelRole role, CControl& control);
-    [[nodiscard]] EPanelRole RoleOf(const CControl* control) const;
     [[nodiscard]] bool MayOpen(CControlGroup* group) const;
     void ChooseProgramMenuItem(int item);
     void LinkSelected(int controller);
-    void StepProgram(EPanelRole direction);
     void ShowProgramName();
     void ShowParameterText();
     void ShowControllerText();

@@ -49,7 +49,6 @@ public:
     [[nodiscard]] virtual float GetParameterValue(int index) const;
 
 protected:
-    [[nodiscard]] CPluginRenderer* Renderer() const { return renderer_; }
     [[nodiscard]] CPluginWrapper* Host() const { return host_; }
 
     /// Has something done on this thread when the UI lock has been let go, in the order in which it

@@ -24,7 +24,6 @@ public:
 
     /// Which notes to show as sounding: non-zero. Doesn't draw. @return whether any changed
     virtual bool SetKeyStates(std::span<const std::uint8_t, kNotes> states);
-    [[nodiscard]] std::span<const std::uint8_t, kNotes> GetKeyStates() const { return states_; }
 
     /// Two frames each, side by side: released and pressed. Not owned.
     void SetKeyImages(const CGraphicBuffer* white, const CGraphicBuffer* black);

@@ -49,7 +49,6 @@ public:
     [[nodiscard]] PixelRect GetPopupRect() const { return popup_->rect; }
 
     // Looks
-    void SetPalette(const MenuPalette& palette) { palette_ = palette; }
     void SetPaletteColor(EMenuColor color, Color value)
     {
         palette_[static_cast<std::size_t>(color)] = value;

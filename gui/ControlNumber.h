@@ -31,7 +31,6 @@ public:
     void SetFineFactor(float factor) { fineFactor_ = factor; }
     void SetFineMode(EFineMode mode) { fineMode_ = mode; }
     void SetDefaultValue(float value) { defaultValue_ = value; }
-    [[nodiscard]] float GetDefaultValue() const { return defaultValue_; }
     void SetSnap(bool snap) { snap_ = snap; } ///< a drag that passes the default value halts there
     void SetResetByRightClick(bool reset) { resetByRightClick_ = reset; }
     void SetHorizontal(bool horizontal) { horizontal_ = horizontal; }

@@ -21,8 +21,6 @@ public:
     bool SetText(std::string_view text) override; ///< any length; all selected
     [[nodiscard]] const std::string& GetText() const override { return line_.Text(); }
 
-    void PlaceCaretAtEnd() { line_.PlaceCaret(line_.Text().size()); }
-
 private:
     [[nodiscard]] PixelRect TextBox() const;
 

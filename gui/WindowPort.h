@@ -131,7 +131,6 @@ public:
     [[nodiscard]] EMouseButton GetMouseButton() const { return button_; }
     [[nodiscard]] EHeldKey GetHeldKey() const { return heldKey_; } ///< during a pointer event
     [[nodiscard]] NativeHandle Handle() const;
-    [[nodiscard]] CNativeWindow* GetWindow() const { return window_.get(); }
 
     /// Lets the user type a control's value, in a field at the place of its value pop-up.
     /// @return false when it can't be opened now, or the value has no text

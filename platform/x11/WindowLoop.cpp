@@ -229,11 +229,6 @@ void CWindowLoop::Remove(CWindowLoopMember& member)
     Loop().Remove(member);
 }
 
-void CWindowLoop::Wake()
-{
-    Loop().WakeUp();
-}
-
 bool CWindowLoop::IsRunning()
 {
     return Loop().IsRunning();

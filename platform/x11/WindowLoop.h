@@ -24,7 +24,6 @@ class CWindowLoop {
 public:
     static void Add(CWindowLoopMember& member);
     static void Remove(CWindowLoopMember& member);
-    static void Wake(); ///< looks at everybody's events: some may have been read already
 
     [[nodiscard]] static bool IsRunning(); ///< any thread
 };

@@ -21,7 +21,6 @@ public:
     void Present(const PixelView& pixels, const PixelRect& area);
     /// The server has done the requests up to this one.
     void Done(std::uint32_t sequence);
-    [[nodiscard]] bool IsShared() const { return shared_ != nullptr; }
 
 private:
     /// An area that the server may still be reading.
