@@ -163,8 +163,9 @@ bool CPluginEditor::OnMouseDown()
     return CWindowPort::OnMouseDown();
 }
 
-/// The native host wants to see every key; the others those that no control wants.
-bool CPluginEditor::HandKeyOn(bool handled) const
+/// Whether a key goes no further: the native host wants to see every one, others those that no
+/// control wants. It is known by its name, as it may have loaded the VST binding.
+bool CPluginEditor::IsKeyConsumed(bool handled) const
 {
     std::array<char, CPluginInstance::kTextSize> product;
     CPluginInstance::Get().GetHostProduct(product);
@@ -173,11 +174,11 @@ bool CPluginEditor::HandKeyOn(bool handled) const
 
 bool CPluginEditor::OnKeyDown(int key)
 {
-    return HandKeyOn(CWindowPort::OnKeyDown(key));
+    return IsKeyConsumed(CWindowPort::OnKeyDown(key));
 }
 bool CPluginEditor::OnKeyUp(int key)
 {
-    return HandKeyOn(CWindowPort::OnKeyUp(key));
+    return IsKeyConsumed(CWindowPort::OnKeyUp(key));
 }
 
 // --- Values ---

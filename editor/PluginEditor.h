@@ -59,7 +59,7 @@ protected:
     virtual void ShowProgram();
 
 private:
-    [[nodiscard]] bool HandKeyOn(bool handled) const;
+    [[nodiscard]] bool IsKeyConsumed(bool handled) const;
 
     CPluginRenderer* renderer_ = nullptr;
     CPluginWrapper* host_ = nullptr;
