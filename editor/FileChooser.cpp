@@ -4,8 +4,6 @@
 #include <utility>
 
 #include "editor/ChooserList.h"
-#include "editor/ModalPanel.h"
-#include "gui/ControlButton.h"
 #include "gui/ControlTextField.h"
 #include "gui/Fonts.h"
 #include "gui/WindowPort.h"
@@ -18,7 +16,6 @@ namespace {
 using EState = CFileDialog::EState;
 
 constexpr PixelSize kGreatestSize{444, 540}; // of the list sixteen lines
-constexpr Color kText = Rgb(246, 234, 211);
 constexpr Color kWarning = Rgb(240, 150, 110);
 constexpr int kMargin = 20;
 constexpr int kLine = 22; // height of buttons and fields
@@ -90,14 +87,6 @@ void CFileChooser::BuildControls(const FileDialogRequest& request)
     const int bottom = rect.y + rect.height - kMargin - kLine;
     const int nameLine = bottom - kLine - 8;
 
-    const auto button = [&](const char* label, const PixelRect& place) {
-        auto made = std::make_unique<CControlButton>();
-        made->SetMomentary();
-        made->SetRect(place);
-        made->SetText(label);
-        made->SetTextColor(kText);
-        return made;
-    };
     const auto display = [](const PixelRect& place, Color color) {
         auto made = std::make_unique<CControlDisplay>();
         made->SetRect(place);
@@ -105,9 +94,9 @@ void CFileChooser::BuildControls(const FileDialogRequest& request)
         made->AlignLeft();
         return made;
     };
-    parent_ = &Add(button("Up", {left, top, 44, kLine}));
-    home_ = &Add(button("Home", {left + 48, top, 54, kLine}));
-    path_ = &Add(display({left + 112, top, right - left - 112, kLine}, kText));
+    parent_ = &Add(MakeModalButton("Up", {left, top, 44, kLine}));
+    home_ = &Add(MakeModalButton("Home", {left + 48, top, 54, kLine}));
+    path_ = &Add(display({left + 112, top, right - left - 112, kLine}, kModalText));
 
     auto list = std::make_unique<CChooserList>([this] { OpenSelected(); });
     list->SetRect({left, top + kLine + 8, right - left, nameLine - top - kLine - 16});
@@ -117,7 +106,7 @@ void CFileChooser::BuildControls(const FileDialogRequest& request)
 
     auto name = std::make_unique<CControlTextField>();
     name->SetRect({left + kCaptionWidth, nameLine, right - left - kCaptionWidth, kLine});
-    name->SetTextColor(kText);
+    name->SetTextColor(kModalText);
     if (IsSaving())
         name->SetText(request.name);
     name_ = &Add(std::move(name));
@@ -130,7 +119,7 @@ void CFileChooser::BuildControls(const FileDialogRequest& request)
         auto menu = std::make_unique<CControlMenu>();
         menu->SetRect({left, bottom, 200, kLine});
         menu->SetFramed();
-        menu->SetTextColor(kText);
+        menu->SetTextColor(kModalText);
         for (const FileDialogRequest::Filter& filter : filters_) {
             std::string patterns;
             for (const std::string& pattern : SplitPatterns(filter.patterns))
@@ -142,9 +131,9 @@ void CFileChooser::BuildControls(const FileDialogRequest& request)
     }
     message_ = &Add(display({left, bottom, buttons - left - 6, kLine}, kWarning));
     message_->SetHidden(true);
-    cancel_ = &Add(button("Cancel", {buttons, bottom, kButtonWidth, kLine}));
-    accept_ = &Add(
-        button(IsSaving() ? "Save" : "Open", {right - kButtonWidth, bottom, kButtonWidth, kLine}));
+    cancel_ = &Add(MakeModalButton("Cancel", {buttons, bottom, kButtonWidth, kLine}));
+    accept_ = &Add(MakeModalButton(IsSaving() ? "Save" : "Open",
+                                   {right - kButtonWidth, bottom, kButtonWidth, kLine}));
 }
 
 void CFileChooser::Show()
@@ -297,14 +286,17 @@ void CFileChooser::TakeTarget(const ChooserTarget& target)
             Finish(EState::Chosen, target.path);
         break;
     case EKind::NewFile:
-        if (IsSaving())
+        if (IsSaving()) {
             Finish(EState::Chosen, target.path);
-        else if (const FolderEntry* const entry = SelectedEntry(); // named by its beginning
-                 entry != nullptr && BeginsWith(entry->name, name_->GetText()))
-            entry->isFolder ? GoTo(JoinPath(folder_.path, entry->name))
-                            : Finish(EState::Chosen, JoinPath(folder_.path, entry->name));
-        else
+        } else if (const FolderEntry* const entry = SelectedEntry(); // named by its beginning
+                   entry != nullptr && BeginsWith(entry->name, name_->GetText())) {
+            if (entry->isFolder)
+                GoTo(JoinPath(folder_.path, entry->name));
+            else
+                Finish(EState::Chosen, JoinPath(folder_.path, entry->name));
+        } else {
             ShowMessage("There is no such file");
+        }
         break;
     case EKind::MissingFolder:
         ShowMessage("There is no such folder");
@@ -313,6 +305,22 @@ void CFileChooser::TakeTarget(const ChooserTarget& target)
         ShowMessage(IsSaving() ? "Please type a name" : "Please choose a file");
         break;
     }
+}
+
+void CFileChooser::Accept()
+{
+    if (IsAsking())
+        Finish(EState::Chosen, replaced_);
+    else
+        TakeName();
+}
+
+void CFileChooser::Cancel()
+{
+    if (IsAsking())
+        ShowQuestion(false);
+    else
+        Finish(EState::Cancelled);
 }
 
 void CFileChooser::Ask(std::string path)
@@ -330,7 +338,10 @@ void CFileChooser::ShowQuestion(bool shown)
     name_->SetHidden(shown);
     accept_->SetText(shown ? "Replace" : IsSaving() ? "Save" : "Open");
     cancel_->SetText(shown ? "Keep" : "Cancel");
-    shown ? list_->SetFocus() : name_->SetFocus();
+    if (shown)
+        list_->SetFocus();
+    else
+        name_->SetFocus();
     Refresh();
 }
 
@@ -349,15 +360,16 @@ void CFileChooser::ShowMessage(std::string_view text)
 
 void CFileChooser::OnControlReleased(CControl* control)
 {
-    const bool meant = control->IsUnderMouse();
-    if (control == parent_ && meant)
+    if (!control->IsUnderMouse())
+        return; // not meant
+    if (control == parent_)
         GoToParent();
-    else if (control == home_ && meant)
+    else if (control == home_)
         GoTo(HomeFolder());
-    else if (control == cancel_ && meant)
-        IsAsking() ? ShowQuestion(false) : Finish(EState::Cancelled);
-    else if (control == accept_ && meant)
-        IsAsking() ? Finish(EState::Chosen, replaced_) : TakeName();
+    else if (control == cancel_)
+        Cancel();
+    else if (control == accept_)
+        Accept();
 }
 
 bool CFileChooser::OnControlChanged(CControl* control, float value)
@@ -425,9 +437,9 @@ bool CFileChooser::OnKeyDown(int key)
     if (!IsAsking())
         return PressKey(key);
     if (key == kKeyEnter)
-        Finish(EState::Chosen, replaced_);
+        Accept();
     else if (key == kKeyEscape)
-        ShowQuestion(false);
+        Cancel();
     return true;
 }
 
@@ -436,12 +448,18 @@ bool CFileChooser::PressKey(int key)
     const bool alt = GetOwner()->GetHeldKey() == EHeldKey::Alt;
     const bool inList = list_->HasFocus();
     if (key == kKeyEscape) {
-        Finish(EState::Cancelled);
+        Cancel();
     } else if (key == kKeyEnter) {
         const FolderEntry* const entry = SelectedEntry();
-        inList&& entry != nullptr && entry->isFolder ? OpenSelected() : TakeName();
+        if (inList && entry != nullptr && entry->isFolder)
+            OpenSelected();
+        else
+            Accept();
     } else if (key == kKeyTab) {
-        inList ? name_->SetFocus() : list_->SetFocus();
+        if (inList)
+            name_->SetFocus();
+        else
+            list_->SetFocus();
         Refresh();
     } else if ((alt && key == kKeyUp) || (inList && key == kKeyBackspace)) {
         GoToParent();
@@ -468,7 +486,7 @@ void CFileChooser::DrawBackground(const PixelRect& region)
         return;
     const PixelRect rect = GetRect();
     DrawModalPanel(*buffer, rect);
-    buffer->SetTextColor(kText);
+    buffer->SetTextColor(kModalText);
     buffer->AlignTextCenter();
     buffer->SelectBoldFont();
     buffer->DrawText(title_, {rect.x + 6, rect.y + 6, rect.width - 12, 22});
@@ -485,7 +503,7 @@ namespace {
 
 class CChooserDialog final : public CFileDialog {
 public:
-    CChooserDialog(CWindowPort& port, const FileDialogRequest& request, CFileChooser::Later later)
+    CChooserDialog(CWindowPort& port, const FileDialogRequest& request, Later later)
         : port_(port), request_(request), later_(std::move(later))
     {
     }
@@ -520,7 +538,7 @@ public:
 private:
     CWindowPort& port_;
     const FileDialogRequest request_;
-    const CFileChooser::Later later_;
+    const Later later_;
     const std::shared_ptr<CFileChooser::Answer> answer_ = std::make_shared<CFileChooser::Answer>();
     bool shown_ = false;
 };
@@ -528,7 +546,7 @@ private:
 } // namespace
 
 std::unique_ptr<CFileDialog> OpenFileChooser(CWindowPort& port, const FileDialogRequest& request,
-                                             CFileChooser::Later later)
+                                             Later later)
 {
     return std::make_unique<CChooserDialog>(port, request, std::move(later));
 }

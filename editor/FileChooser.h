@@ -1,15 +1,13 @@
 #pragma once
 
-#include <functional>
 #include <memory>
 #include <string>
 
 #include "editor/FileChooserFolder.h"
-#include "gui/ControlGroup.h"
+#include "editor/ModalPanel.h"
 
 namespace keldra {
 
-class CControlButton;
 class CControlDisplay;
 class CControlMenu;
 class CControlTextField;
@@ -23,9 +21,6 @@ class CChooserList;
 /// Alt with Home to the user's own. When the window loses the keyboard it stays.
 class CFileChooser final : public CControlGroup {
 public:
-    /// Has something done when the UI lock has been let go.
-    using Later = std::function<void(std::function<void()>)>;
-
     /// What has become of it, for whoever asks (CFileDialog). UI lock held.
     struct Answer {
         CFileDialog::EState state = CFileDialog::EState::Open;
@@ -58,6 +53,8 @@ private:
     void ShowFolder(ChooserFolder folder, const std::string& selected);
     void Select(int row);
     void SelectByName(std::string_view beginning);
+    void Accept(); ///< the answer to the question, if there is one, else the name
+    void Cancel();
     void TakeName();
     void TakeTarget(const ChooserTarget& target);
     void Finish(CFileDialog::EState state, std::string path = {});
@@ -98,6 +95,6 @@ private:
 /// A dialog of the toolkit's own in a window: appears as soon as the user holds nothing there.
 /// @param port  outlives the dialog
 [[nodiscard]] std::unique_ptr<CFileDialog>
-OpenFileChooser(CWindowPort& port, const FileDialogRequest& request, CFileChooser::Later later);
+OpenFileChooser(CWindowPort& port, const FileDialogRequest& request, Later later);
 
 } // namespace keldra

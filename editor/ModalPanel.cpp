@@ -29,6 +29,16 @@ PixelRect ModalPanelInside(const PixelRect& rect)
     return {rect.x + 11, rect.y + 26, rect.width - 22, rect.height - 39};
 }
 
+std::unique_ptr<CControlButton> MakeModalButton(std::string_view label, const PixelRect& place)
+{
+    auto button = std::make_unique<CControlButton>();
+    button->SetMomentary();
+    button->SetRect(place);
+    button->SetText(label);
+    button->SetTextColor(kModalText);
+    return button;
+}
+
 void CloseModalGroup(CControlGroup& group)
 {
     if (!group.SetHidden(true))

@@ -1,15 +1,29 @@
 #pragma once
 
+#include <functional>
+#include <memory>
+#include <string_view>
+
+#include "gui/ControlButton.h"
 #include "gui/ControlGroup.h"
 
 namespace keldra {
 
-/// The look that the about box and the preset browser share: a shadow and two rounded panels, one
-/// inside the other. Within the buffer's clip.
+/// Has something done when the UI lock has been let go: what leads to the host, or to a disk.
+using Later = std::function<void(std::function<void()>)>;
+
+inline constexpr Color kModalText = Rgb(246, 234, 211);
+
+/// The look that all panels over the panel share: a shadow and two rounded panels, one inside the
+/// other. Within the buffer's clip.
 void DrawModalPanel(CGraphicBuffer& buffer, const PixelRect& rect);
 
 /// The inner of the two panels.
 [[nodiscard]] PixelRect ModalPanelInside(const PixelRect& rect);
+
+/// A button that is lit while it is held.
+[[nodiscard]] std::unique_ptr<CControlButton> MakeModalButton(std::string_view label,
+                                                              const PixelRect& place);
 
 /// Hides a group, ends its being modal and paints the panel again where it was. Nothing when it is
 /// hidden already.

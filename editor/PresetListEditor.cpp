@@ -10,7 +10,6 @@
 #include "engine/KeldraSynth.h"
 #include "frame/Numbers.h"
 #include "frame/Text.h"
-#include "gui/ControlButton.h"
 #include "gui/ControlList.h"
 #include "gui/Fonts.h"
 #include "gui/WindowPort.h"
@@ -21,7 +20,6 @@ namespace keldra {
 namespace {
 
 constexpr int kGreatestWidth = 500;
-constexpr Color kText = Rgb(246, 234, 211);
 constexpr Color kBankCaption = Rgb(64, 64, 64);
 constexpr Color kProgramCaption = Rgb(218, 195, 150);
 constexpr int kRefreshTicks = 33; ///< about a second
@@ -58,7 +56,7 @@ void SetBankLook(CControlList& list)
     constexpr std::pair<EMenuColor, Color> kColors[] = {
         {kMenuPanel, Rgb(20, 20, 20)},
         {kMenuOutline, Rgb(20, 20, 20)},
-        {kMenuText, kText},
+        {kMenuText, kModalText},
         {kMenuChosenText, kOpaqueBlack},
         {kMenuRow, Rgb(41, 40, 37)},
         {kMenuHoveredBand, Rgb(58, 52, 40)},
@@ -114,24 +112,16 @@ CPresetListEditor::CPresetListEditor(KeldraSynth& synth, PixelSize window, Later
     programs->SetRect(ListRect(rect, 1));
     programs->SetMargins(4, 4);
 
-    const auto button = [&](const char* label, const PixelRect& place) {
-        auto made = std::make_unique<CControlButton>();
-        made->SetMomentary();
-        made->SetRect(place);
-        made->SetText(label);
-        made->SetTextColor(kText);
-        return made;
-    };
     auto name = std::make_unique<CControlDisplay>();
     name->SetRect({rect.x + 150, rect.y + 36, 330, 22});
-    name->SetTextColor(kText);
-    auto close = button("x", {rect.x + rect.width - 30, rect.y + 8, 20, 16});
+    name->SetTextColor(kModalText);
+    auto close = MakeModalButton("x", {rect.x + rect.width - 30, rect.y + 8, 20, 16});
     close->SetBold();
 
     bankList_ = &Add(std::move(banks));
     programList_ = &Add(std::move(programs));
-    loadButton_ = &Add(button("Load", {rect.x + 20, rect.y + 36, 60, 22}));
-    saveButton_ = &Add(button("Save", {rect.x + 85, rect.y + 36, 60, 22}));
+    loadButton_ = &Add(MakeModalButton("Load", {rect.x + 20, rect.y + 36, 60, 22}));
+    saveButton_ = &Add(MakeModalButton("Save", {rect.x + 85, rect.y + 36, 60, 22}));
     nameDisplay_ = &Add(std::move(name));
     closeArea_ = &Add(std::move(close));
 }
@@ -259,7 +249,7 @@ void CPresetListEditor::DrawBackground(const PixelRect& region)
         const char* text;
         Color fill, ink;
     };
-    constexpr Caption kCaptions[] = {{"Program Bank", kBankCaption, kText},
+    constexpr Caption kCaptions[] = {{"Program Bank", kBankCaption, kModalText},
                                      {"Program Name", kProgramCaption, kOpaqueBlack}};
     int column = 0;
     for (const auto& [text, fill, ink] : kCaptions) {
@@ -269,7 +259,7 @@ void CPresetListEditor::DrawBackground(const PixelRect& region)
         buffer->SetTextColor(ink);
         buffer->DrawText(text, bar);
     }
-    buffer->SetTextColor(kText);
+    buffer->SetTextColor(kModalText);
     buffer->DrawText("Presets Library", {rect.x + 6, rect.y + 6, rect.width - 12, 22});
 }
 

@@ -1,12 +1,9 @@
 #pragma once
 
-#include <functional>
-
-#include "gui/ControlGroup.h"
+#include "editor/ModalPanel.h"
 
 namespace keldra {
 
-class CControlButton;
 class CControlDisplay;
 class CControlList;
 class KeldraSynth;
@@ -15,9 +12,6 @@ class KeldraSynth;
 /// bank's programs. Picking one loads it at once. UI lock held.
 class CPresetListEditor final : public CControlGroup {
 public:
-    /// Has something done when the UI lock has been let go: loading tells the host.
-    using Later = std::function<void(std::function<void()>)>;
-
     /// @param window  the editor's size, in the middle of which it appears
     CPresetListEditor(KeldraSynth& synth, PixelSize window, Later later);
 
