@@ -10,6 +10,15 @@ constexpr Color kOuterFill = Rgb(64, 64, 64);
 constexpr Color kOuterPen = Rgb(43, 43, 43);
 constexpr Color kInner = Rgb(47, 47, 47);
 
+class CModalButton final : public CControlButton {
+public:
+    void OnDragLost() override
+    {
+        EndDrag();
+        DrawAndPresent();
+    }
+};
+
 } // namespace
 
 void DrawModalPanel(CGraphicBuffer& buffer, const PixelRect& rect)
@@ -31,7 +40,7 @@ PixelRect ModalPanelInside(const PixelRect& rect)
 
 std::unique_ptr<CControlButton> MakeModalButton(std::string_view label, const PixelRect& place)
 {
-    auto button = std::make_unique<CControlButton>();
+    auto button = std::make_unique<CModalButton>();
     button->SetMomentary();
     button->SetRect(place);
     button->SetText(label);

@@ -21,7 +21,8 @@ void DrawModalPanel(CGraphicBuffer& buffer, const PixelRect& rect);
 /// The inner of the two panels.
 [[nodiscard]] PixelRect ModalPanelInside(const PixelRect& rect);
 
-/// A button that is lit while it is held.
+/// A button that is lit while it is held. Torn from the hand, it does nothing: what a panel's
+/// buttons do can't be taken back by a second press.
 [[nodiscard]] std::unique_ptr<CControlButton> MakeModalButton(std::string_view label,
                                                               const PixelRect& place);
 

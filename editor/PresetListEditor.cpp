@@ -145,8 +145,6 @@ void CPresetListEditor::FocusPrograms()
 
 void CPresetListEditor::OnControlReleased(CControl* control)
 {
-    if (IsHidden())
-        return; // torn from the hand by closing
     if (control == loadButton_)
         later_([&synth = synth_] { synth.Presets().LoadProgramWithDialog(); });
     else if (control == saveButton_)

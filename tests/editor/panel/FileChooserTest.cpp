@@ -163,6 +163,10 @@ TEST_F(FileChooser, AnswersToTheMouse)
     ClickOn(Find<CControlList>(), 2); // the first row: a folder
     EXPECT_EQ(Rows(), "Deep.fxp|");
     ClickOn(Find<CControlList>(), 2); // a file that is there
+    const PixelRect replace = Find<CControlButton>("Replace").GetRect();
+    Window().MoveTo({replace.x + 9, replace.y + 9});
+    Window().Press();
+    Window().LoseCapture(); // as when the host hides its window
     EXPECT_EQ(dialog_->Poll(), EState::Open);
     ClickOn(Find<CControlButton>("Keep"));
     ClickOn(Find<CControlButton>("Save"));
