@@ -148,7 +148,7 @@ private:
         ETextAlign textAlign = ETextAlign::Left;
         EFont font = EFont::Regular;
     };
-    struct CFreeDeleter {
+    struct FreeDeleter {
         void operator()(std::uint32_t* memory) const { std::free(memory); }
     };
 
@@ -161,7 +161,7 @@ private:
 
     PixelSize size_;
     PixelRect clip_;
-    std::unique_ptr<std::uint32_t[], CFreeDeleter> pixels_;
+    std::unique_ptr<std::uint32_t[], FreeDeleter> pixels_;
     bool hasAlpha_ = false;
     DrawingState state_;
 };

@@ -10,10 +10,10 @@ namespace keldra {
 
 namespace {
 
-struct CFileCloser {
+struct FileCloser {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
-using FilePointer = std::unique_ptr<std::FILE, CFileCloser>;
+using FilePointer = std::unique_ptr<std::FILE, FileCloser>;
 
 constexpr std::size_t kHeaderSize = 18;
 

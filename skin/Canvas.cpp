@@ -246,7 +246,7 @@ CCanvas::CSurface CCanvas::Mask(bool inverted) const
 {
     CSurface mask(cairo_image_surface_create(CAIRO_FORMAT_A8, width_ * oversampling_,
                                              height_ * oversampling_));
-    const std::unique_ptr<cairo_t, CDelete> context(cairo_create(mask.get()));
+    const std::unique_ptr<cairo_t, Deleter> context(cairo_create(mask.get()));
     if (inverted) {
         cairo_paint(context.get());
         cairo_set_operator(context.get(), CAIRO_OPERATOR_CLEAR);

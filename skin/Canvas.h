@@ -90,20 +90,20 @@ public:
     void Stamp(const unsigned char* mask, int width, int height, int pitch, int x, int y, Ink ink);
 
 private:
-    struct CDelete {
+    struct Deleter {
         void operator()(cairo_t* context) const { cairo_destroy(context); }
         void operator()(cairo_surface_t* surface) const { cairo_surface_destroy(surface); }
         void operator()(cairo_pattern_t* pattern) const { cairo_pattern_destroy(pattern); }
     };
-    using CSurface = std::unique_ptr<cairo_surface_t, CDelete>;
-    using CPattern = std::unique_ptr<cairo_pattern_t, CDelete>;
+    using CSurface = std::unique_ptr<cairo_surface_t, Deleter>;
+    using CPattern = std::unique_ptr<cairo_pattern_t, Deleter>;
 
     CCanvas& FillWith(const CPattern& pattern);
     [[nodiscard]] CSurface Mask(bool inverted) const;
 
     int width_, height_, oversampling_;
     CSurface surface_;
-    std::unique_ptr<cairo_t, CDelete> context_;
+    std::unique_ptr<cairo_t, Deleter> context_;
 };
 
 } // namespace keldra::skin

@@ -7,7 +7,7 @@ namespace keldra::skin {
 
 namespace {
 
-struct CClose {
+struct FileCloser {
     void operator()(std::FILE* file) const { std::fclose(file); }
 };
 
@@ -26,7 +26,7 @@ unsigned char Straight(std::uint32_t channel, std::uint32_t alpha)
 
 bool WriteTga(const Picture& picture, int bitsPerPixel, const std::string& path)
 {
-    const std::unique_ptr<std::FILE, CClose> file(std::fopen(path.c_str(), "wb"));
+    const std::unique_ptr<std::FILE, FileCloser> file(std::fopen(path.c_str(), "wb"));
     if (!file)
         return false;
 

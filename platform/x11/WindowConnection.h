@@ -8,20 +8,20 @@
 
 namespace keldra {
 
-struct CFreeReply {
+struct FreeReply {
     void operator()(void* reply) const { std::free(reply); }
 };
 /// What the X server answered, or an event; freed with malloc's free.
 template <typename Reply>
-using CXcbReply = std::unique_ptr<Reply, CFreeReply>;
+using CXcbReply = std::unique_ptr<Reply, FreeReply>;
 
-struct CDisconnect {
+struct Disconnect {
     void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
 };
 /// A connection to the X server. Each window has one of its own: its requests' errors come back as
 /// events of this connection alone, and nothing of the process's is touched (Xlib would have one
 /// error handler for the host and everybody else in it, and end the process when a server dies).
-using CXcbConnection = std::unique_ptr<xcb_connection_t, CDisconnect>;
+using CXcbConnection = std::unique_ptr<xcb_connection_t, Disconnect>;
 
 enum EXAtom : unsigned {
     kXembedInfo,

@@ -18,7 +18,7 @@ namespace keldra {
 
 namespace {
 
-using CClock = std::chrono::steady_clock;
+using Clock = std::chrono::steady_clock;
 constexpr std::chrono::milliseconds kTick{30};
 constexpr std::chrono::milliseconds kPatience{100};
 
@@ -134,14 +134,14 @@ private:
 
     void Run()
     {
-        CClock::time_point nextTick = CClock::now() + kTick;
+        Clock::time_point nextTick = Clock::now() + kTick;
         std::vector<pollfd> files;
         for (;;) {
             try {
                 if (!CollectFiles(files))
                     return;
                 const auto left =
-                    std::chrono::ceil<std::chrono::milliseconds>(nextTick - CClock::now());
+                    std::chrono::ceil<std::chrono::milliseconds>(nextTick - Clock::now());
                 poll(files.data(), files.size(), std::max(static_cast<int>(left.count()), 0));
                 Visit(nextTick);
             } catch (...) { // memory is short, and the host's process is none of ours to end
@@ -150,13 +150,13 @@ private:
         }
     }
 
-    void Visit(CClock::time_point& nextTick)
+    void Visit(Clock::time_point& nextTick)
     {
         std::uint64_t count;
         static_cast<void>(!read(wake_, &count, sizeof count));
         const CUiLock lock;
         ForEach([](CWindowLoopMember& member) { member.ProcessEvents(); });
-        const CClock::time_point now = CClock::now();
+        const Clock::time_point now = Clock::now();
         if (now < nextTick)
             return;
         ForEach([](CWindowLoopMember& member) { member.Tick(); });
@@ -206,14 +206,14 @@ private:
 CLoop& Loop()
 {
     static CForever<CLoop> loop;
-    struct CStopper {
-        ~CStopper()
+    struct Stopper {
+        ~Stopper()
         {
             if (loop->Stop())
                 loop.Destroy();
         }
     };
-    static const CStopper stopper;
+    static const Stopper stopper;
     return *loop;
 }
 

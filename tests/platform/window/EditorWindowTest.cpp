@@ -22,7 +22,7 @@ namespace keldra {
 namespace {
 
 using namespace std::chrono_literals;
-using CClock = std::chrono::steady_clock;
+using Clock = std::chrono::steady_clock;
 
 /// The gallery, with the time of each present and the balance of gestures.
 class CWatchedPort : public CGalleryPort {
@@ -85,12 +85,12 @@ TEST_F(EditorWindow, DragsAKnobAndShowsItSoon)
     std::vector<double> milliseconds;
     for (int i = 0; i < 100; ++i) {
         const int before = port_.presents;
-        const auto start = CClock::now();
+        const auto start = Clock::now();
         host_.MoveBy(0, -2);
-        while (port_.presents == before && CClock::now() - start < 500ms)
+        while (port_.presents == before && Clock::now() - start < 500ms)
             std::this_thread::sleep_for(100us);
         milliseconds.push_back(
-            std::chrono::duration<double, std::milli>(CClock::now() - start).count());
+            std::chrono::duration<double, std::milli>(Clock::now() - start).count());
     }
     host_.Release(1);
     EXPECT_TRUE(Eventually([&] {
