@@ -1,6 +1,7 @@
 #include "gui/PopupMenuGroup.h"
 
 #include <utility>
+#include <vector>
 
 #include "gui/ControlMenu.h"
 #include "gui/WindowPort.h"
@@ -10,10 +11,23 @@ namespace keldra {
 namespace {
 
 /// Tells its listener instead of the editor what was chosen, and goes when it closes.
-class CPopupMenu : public CControlMenu {
+class CGroupMenu final : public CControlMenu {
 public:
-    explicit CPopupMenu(std::function<void(int)> chosen) : chosen_(std::move(chosen)) {}
-    ~CPopupMenu() override { Tell(-1); }
+    CGroupMenu(std::span<const PopupMenuItem> items, std::function<void(int)> chosen)
+        : chosen_(std::move(chosen))
+    {
+        for (const PopupMenuItem& item : items) {
+            ids_.push_back(item.id);
+            if (item.separator) {
+                AddSeparator();
+                continue;
+            }
+            AddItem(item.text);
+            SetItemDimmed(GetItemCount() - 1, item.disabled);
+            SetItemMarked(GetItemCount() - 1, item.checked);
+        }
+    }
+    ~CGroupMenu() override { Tell(CPopupMenuClient::kNothing); }
 
     using CControlMenu::OpenPopup;
     void Forget() { chosen_ = nullptr; } ///< tells nothing
@@ -28,7 +42,7 @@ public:
     {
         const auto index = static_cast<int>(value);
         if (!GetItem(index)->dimmed)
-            Tell(index);
+            Tell(ids_[static_cast<std::size_t>(index)]);
         return false;
     }
 
@@ -41,35 +55,27 @@ protected:
 
 private:
     /// The first time only.
-    void Tell(int index)
+    void Tell(int id)
     {
         if (const auto chosen = std::exchange(chosen_, nullptr))
-            chosen(index);
+            chosen(id);
     }
 
+    std::vector<int> ids_;
     std::function<void(int)> chosen_;
 };
 
 } // namespace
 
-bool CPopupMenuGroup::Open(CWindowPort& port, const std::vector<PopupItem>& items,
+bool CPopupMenuGroup::Open(CWindowPort& port, std::span<const PopupMenuItem> items,
                            std::function<void(int)> chosen)
 {
-    auto menu = std::make_unique<CPopupMenu>(std::move(chosen));
-    for (const PopupItem& item : items) {
-        if (item.separator) {
-            menu->AddSeparator();
-            continue;
-        }
-        menu->AddItem(item.text);
-        menu->SetItemDimmed(menu->GetItemCount() - 1, !item.enabled);
-        menu->SetItemMarked(menu->GetItemCount() - 1, item.checked);
-    }
+    auto menu = std::make_unique<CGroupMenu>(items, std::move(chosen));
     const PixelPoint at = port.GetMousePosition();
     menu->SetRect({at.x, at.y, 1, 1});
     auto group = std::make_unique<CPopupMenuGroup>();
     CPopupMenuGroup& added = *group;
-    CPopupMenu& control = group->Add(std::move(menu));
+    CGroupMenu& control = group->Add(std::move(menu));
     port.AddGroup(std::move(group));
     if (control.OpenPopup())
         return true;

@@ -1,7 +1,6 @@
 #include "gui/ToolkitMenus.h"
 
 #include <utility>
-#include <vector>
 
 #include "gui/WindowPort.h"
 #include "platform/UiThread.h"
@@ -29,21 +28,12 @@ public:
         const CUiLock lock;
         if (shown_->client != nullptr)
             Dismiss();
-        std::vector<PopupItem> lines;
-        std::vector<int> ids;
-        for (const PopupMenuItem& item : items) {
-            lines.push_back({item.text, !item.disabled, item.checked, item.separator});
-            ids.push_back(item.id);
-        }
         shown_->client = &client;
         shown_->owner = owner;
         CWindowPort* port = CWindowPort::FindOpen(owner);
         const bool isShown =
             port != nullptr &&
-            port->ShowPopupMenu(lines, [shown = shown_, ids = std::move(ids)](int index) {
-                shown->Answer(index >= 0 ? ids[static_cast<std::size_t>(index)]
-                                         : CPopupMenuClient::kNothing);
-            });
+            port->ShowPopupMenu(items, [shown = shown_](int id) { shown->Answer(id); });
         if (!isShown)
             shown_->Answer(CPopupMenuClient::kNothing);
     }

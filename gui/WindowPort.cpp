@@ -389,7 +389,7 @@ bool CWindowPort::OpenValueField(CControl& control)
            CValueFieldGroup::Open(*this, control);
 }
 
-bool CWindowPort::ShowPopupMenu(const std::vector<PopupItem>& items,
+bool CWindowPort::ShowPopupMenu(std::span<const PopupMenuItem> items,
                                 std::function<void(int)> chosen)
 {
     return IsOpen() && modalGroup_ == nullptr && !capturing_ && !items.empty() &&

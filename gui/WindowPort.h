@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -9,6 +10,7 @@
 #include "gui/ControlGroup.h"
 #include "gui/GraphicBuffer.h"
 #include "gui/ImageCache.h"
+#include "platform/PopupMenu.h"
 #include "platform/Window.h"
 
 namespace keldra {
@@ -18,14 +20,6 @@ enum class EHeldKey : std::uint8_t { None, Ctrl, Shift, Alt }; ///< of several, 
 /// What a host gives to open an editor in.
 struct OpenInfo {
     NativeHandle parent = 0; ///< 0: on the desktop
-};
-
-/// A line of a menu from elsewhere (CWindowPort::ShowPopupMenu).
-struct PopupItem {
-    std::string text;
-    bool enabled = true;
-    bool checked = false;
-    bool separator = false; ///< a line; the rest doesn't count
 };
 
 /// An editor's window: a native child window, the picture in memory that it shows, and the groups
@@ -135,9 +129,10 @@ public:
     /// Lets the user type a control's value, in a field at the place of its value pop-up.
     /// @return false when it can't be opened now, or the value has no text
     bool OpenValueField(CControl& control);
-    /// A menu at the pointer. @param chosen  told once, with the index of the chosen item, or -1
-    /// when the menu went without one. @return false, and nothing told, when it can't be shown now
-    bool ShowPopupMenu(const std::vector<PopupItem>& items, std::function<void(int)> chosen);
+    /// A menu at the pointer. @param chosen  told once, with the id of the chosen item, or
+    /// CPopupMenuClient::kNothing when the menu went without a choice. @return false, and nothing
+    /// told, when it can't be shown now
+    bool ShowPopupMenu(std::span<const PopupMenuItem> items, std::function<void(int)> chosen);
     void DismissPopupMenu(); ///< if there is one
     /// The open window of that handle, among all of the process; null when there is none.
     [[nodiscard]] static CWindowPort* FindOpen(NativeHandle handle);
