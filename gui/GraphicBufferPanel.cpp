@@ -85,8 +85,8 @@ private:
     int width_;
 };
 
-/// A channel after the shadow fell on it. The channel as a fraction in single precision, the way
-/// back in double: the truncation then hits the same values as ever.
+/// A channel after the shadow fell on it: a fraction in single precision, made a whole number again
+/// in double precision like every channel.
 unsigned Darkened(unsigned channel, float light)
 {
     const float fraction = static_cast<float>(channel) / 255.0f * light;
