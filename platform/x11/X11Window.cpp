@@ -9,6 +9,7 @@ namespace keldra {
 namespace {
 
 constexpr xcb_timestamp_t kDoubleClickMs = 400;
+constexpr int kTicksUntilLoss = 2;
 constexpr int kDoubleClickPixels = 4;
 constexpr int kEdgePixels = 200; // farther than a hand gets between two events
 
@@ -391,12 +392,23 @@ void CX11Window::OnEvent(const xcb_generic_event_t& event)
 // takes it, a moment after our control has. That isn't the user going elsewhere, so what the click
 // began (a drag, a menu, a text) goes on, and the focus comes back. Once a press: a host may
 // insist.
+//
+// Others focus the outer window at every press, just before they let the press through. So a loss
+// is told a little later, unless a press comes first.
 void CX11Window::OnFocus(bool in)
 {
-    if (in || !std::exchange(keepsFocus_, false) || !IsViewable()) {
-        client_.OnFocus(in);
-        return;
+    if (in) {
+        lossDue_ = 0;
+        client_.OnFocus(true);
+    } else if (std::exchange(keepsFocus_, false) && IsViewable()) {
+        TakeFocusBack();
+    } else {
+        lossDue_ = kTicksUntilLoss;
     }
+}
+
+void CX11Window::TakeFocusBack()
+{
     xcb_set_input_focus(connection_.get(), XCB_INPUT_FOCUS_PARENT, window_, XCB_CURRENT_TIME);
     xcb_flush(connection_.get());
 }
@@ -438,6 +450,8 @@ void CX11Window::OnButton(const xcb_button_press_event_t& event, std::uint32_t s
     if (event.detail < 1 || event.detail > 3)
         return;
     keepsFocus_ = down && event.detail == 1; // the one that takes it
+    if (down && std::exchange(lossDue_, 0) != 0)
+        TakeFocusBack();
     constexpr EMouseButton kButtons[] = {EMouseButton::Left, EMouseButton::Middle,
                                          EMouseButton::Right};
     auto kind = PointerEvent::EKind::Up;
@@ -480,6 +494,8 @@ void CX11Window::Tick()
     const std::weak_ptr<const bool> life = life_;
     if (away_ && !captured_ && !lost_ && AskForPointer())
         SendMove();
+    if (!life.expired() && lossDue_ > 0 && --lossDue_ == 0)
+        client_.OnFocus(false);
     if (!life.expired())
         client_.OnTick();
 }
@@ -582,6 +598,7 @@ void CX11Window::OnSelection(const xcb_selection_notify_event_t& event)
 void CX11Window::Lose()
 {
     lost_ = true;
+    lossDue_ = 0;
     captured_ = hidden_ = movePending_ = false;
     client_.OnWindowLost();
 }

@@ -48,6 +48,7 @@ private:
     void OnCrossing(const xcb_enter_notify_event_t& event, bool leaves);
     void OnKey(const xcb_key_press_event_t& event, bool down);
     void OnFocus(bool in);
+    void TakeFocusBack();
     void OnUnseen();
     void OnMessage(const xcb_client_message_event_t& event);
     void OnSelection(const xcb_selection_notify_event_t& event);
@@ -84,6 +85,7 @@ private:
     };
     Click lastClick_;
     bool keepsFocus_ = false; ///< a button has gone down, and nobody has taken the focus since
+    int lossDue_ = 0;         ///< ticks until a loss of the focus is told; 0: none to tell
 
     bool captured_ = false;
     bool hidden_ = false;

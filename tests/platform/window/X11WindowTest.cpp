@@ -319,6 +319,31 @@ TEST_F(X11Window, KeepsTheFocusThatItsClickHasTheWindowManagerTake)
     EXPECT_FALSE(focused());
     host_.Release(1);
 
+    // A window manager that focuses the outer window at every press, before it lets it through.
+    for (const int button : {1, 3}) {
+        host_.Press(1); // whoever takes the focus tells the time of an event
+        host_.Release(1);
+        EXPECT_TRUE(EventuallyLocked([&] {
+            recorder_.window->TakeFocus();
+            return recorder_.focus.back();
+        }));
+        {
+            const CUiLock lock;
+            recorder_.focus.assign(1, true);
+        }
+        giveToHost();
+        host_.Press(button);
+        EXPECT_TRUE(Eventually(focused)) << button;
+        host_.Release(button);
+        std::this_thread::sleep_for(std::chrono::milliseconds(100)); // would have been told by now
+        {
+            const CUiLock lock;
+            EXPECT_EQ(std::ranges::count(recorder_.focus, false), 0) << button;
+        }
+        giveToHost();
+        EXPECT_TRUE(EventuallyLocked([&] { return !recorder_.focus.back(); })) << button;
+    }
+
     struct Case {
         const char* what;
         int held;
