@@ -485,18 +485,19 @@ void KeldraEditor::FollowEngine()
 
 // --- Browser and about box ---
 
-/// Something modal may be opened: nothing else is, and no list hangs over the panel.
-bool KeldraEditor::MayOpen(CControlGroup* group) const
+/// Something modal may be opened: nothing is, and the user holds nothing. What was asked for by a
+/// press comes here when the whole batch of events has been read, in which another may have
+/// followed. Shown twice, a group would have to be closed twice; shown into a hand, it would keep
+/// the release from whom it is for, and a key would sound on.
+bool KeldraEditor::MayOpen() const
 {
-    if (!CWindowPort::IsOpen() || GetModalChild() != nullptr)
-        return false;
-    return group == nullptr || GetModalGroup() == nullptr || group->IsModal();
+    return CWindowPort::IsOpen() && GetModalGroup() == nullptr && !IsCapturing();
 }
 
 void KeldraEditor::ShowAboutBox()
 {
     const CUiLock lock;
-    if (!MayOpen(aboutBox_))
+    if (!MayOpen())
         return;
     if (aboutBox_ == nullptr) {
         auto box = std::make_unique<CPresetListAboutBox>(Image(ESkinImage::About), GetSize());
@@ -513,7 +514,7 @@ void KeldraEditor::ShowAboutBox()
 void KeldraEditor::ShowPresetBrowser()
 {
     const CUiLock lock;
-    if (synth_ == nullptr || !MayOpen(browser_))
+    if (synth_ == nullptr || !MayOpen())
         return;
     if (browser_ == nullptr) {
         auto browser = std::make_unique<CPresetListEditor>(

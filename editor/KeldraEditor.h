@@ -60,7 +60,7 @@ private:
     void BuildPanel();
     [[nodiscard]] std::unique_ptr<CControl> MakeControl(const PanelControl& row);
     void Remember(EPanelRole role, CControl& control);
-    [[nodiscard]] bool MayOpen(CControlGroup* group) const;
+    [[nodiscard]] bool MayOpen() const;
     void ChooseProgramMenuItem(int item);
     void LinkSelected(int controller);
     void ShowProgramName();

@@ -9,6 +9,7 @@
 #include "editor/PresetListAboutBox.h"
 #include "editor/PresetListEditor.h"
 #include "gui/ControlList.h"
+#include "platform/UiThread.h"
 #include "tests/editor/panel/PanelRig.h"
 #include "tests/gui/Golden.h"
 #include "tests/gui/Tga.h"
@@ -388,6 +389,23 @@ TEST_F(Browser, KeepsThePanelBehindItFromReactingAndGivesItBack)
     EXPECT_EQ(rig_.Seen(), closed_) << "a new window shows the panel";
     EXPECT_EQ(rig_.TakeLog(), "");
     EXPECT_TRUE(Dialogs().requests.empty());
+}
+
+// After a moment in which the window was not attended to, several presses come in one batch: both
+// of a double click, or one on a key behind that on the name.
+TEST_F(Panel, OpensItsBrowserOnceAndIntoNobodysHand)
+{
+    for (const EPanelRole second : {EPanelRole::ProgramName, EPanelRole::Keyboard}) {
+        {
+            const CUiLock batch;
+            rig_.Click(EPanelRole::ProgramName);
+            rig_.PressOn(ControlOf(second));
+        }
+        window_.Release();
+        EXPECT_FALSE(rig_.editor->IsCapturing()) << "the key has been let go";
+        rig_.ClickAt({2, 2});
+        EXPECT_EQ(rig_.editor->GetModalGroup(), nullptr);
+    }
 }
 
 TEST_F(Panel, OpensTheAboutBoxAtItsNameAndClosesItWithAnyPress)
