@@ -75,7 +75,6 @@ struct PanelControl {
     EPanelRole role = EPanelRole::None;
     PanelCaption caption = {};
     EScale scale = EScale::None;
-    std::string_view unit = {}; ///< printed behind a menu's text
 };
 
 inline constexpr float kQuarterNoteDelay = 3.0f / 7.0f;
@@ -195,20 +194,10 @@ constexpr PanelControl Selector(int x, int y, int parameter, ESkinImage image)
             row.across};
 }
 
-constexpr PanelControl Menu(int x, int y, int parameter, int items, PanelCaption caption,
-                            std::string_view unit = {})
+constexpr PanelControl Menu(int x, int y, int parameter, int items, PanelCaption caption)
 {
-    return {EPanelControl::Menu,
-            {x, y, 37, 13},
-            parameter,
-            0.0f,
-            false,
-            ESkinImage::Background,
-            items,
-            EPanelRole::None,
-            caption,
-            EScale::None,
-            unit};
+    return {EPanelControl::Menu,    {x, y, 37, 13}, parameter,        0.0f,   false,
+            ESkinImage::Background, items,          EPanelRole::None, caption};
 }
 
 constexpr PanelControl Display(const PanelRect& rect, EPanelRole role)
@@ -295,7 +284,7 @@ inline constexpr PanelControl kControls[] = {
     Menu(798, 274, kArpStepLength,   7, {"STEP",   298}),
     Menu(287,  93, kUnisonVoices,    7, {"UNISON", kVoiceCaptions}),
     Menu(341,  93, kPolyphony,      64, {"POLY",   kVoiceCaptions}),
-    Menu( 87, 214, kBendRange,      12, {"BEND",   kModulationCaptions}, "ST"),
+    Menu( 87, 214, kBendRange,      12, {"BEND ST", kModulationCaptions}),
 
     Display({24, 62, 132, 13}, EPanelRole::ProgramName),
     Display({24, 78, 154, 13}, EPanelRole::ParameterText),

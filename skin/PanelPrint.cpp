@@ -11,15 +11,13 @@ constexpr int kTitleBaseline = 10; ///< below a plate's top
 constexpr int kTitleIndent = 8;
 
 constexpr double kGlassMargin = 2.0;
-constexpr double kUnitRoom = 11.0;
 
 } // namespace
 
 Box GlassOf(const PanelControl& menu)
 {
-    const double unit = menu.unit.empty() ? 0.0 : kUnitRoom;
     return {menu.rect.x - kGlassMargin, menu.rect.y - kGlassMargin,
-            menu.rect.width + 2 * kGlassMargin + unit, menu.rect.height + 2 * kGlassMargin};
+            menu.rect.width + 2 * kGlassMargin, menu.rect.height + 2 * kGlassMargin};
 }
 
 Box DisplayGlass()
@@ -71,9 +69,6 @@ std::vector<PrintLine> PanelPrint()
         if (!control.caption.text.empty())
             lines.push_back({control.caption.text, box.x + 0.5 * box.width,
                              control.caption.baseline, EAlign::Centre, kCaptionStyle, kCream});
-        if (!control.unit.empty())
-            lines.push_back({control.unit, static_cast<double>(control.rect.Right() - 5),
-                             control.rect.Bottom() - 3, EAlign::Left, kCaptionStyle, kGlassPrint});
     }
     return lines;
 }

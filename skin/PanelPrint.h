@@ -31,7 +31,7 @@ struct PrintLine {
 /// Every line, those above included.
 [[nodiscard]] std::vector<PrintLine> PanelPrint();
 
-/// The glass on which a menu's text stands: the menu, a margin, and room for a unit behind it.
+/// The glass on which a menu's text stands: the menu and a margin.
 [[nodiscard]] Box GlassOf(const PanelControl& menu);
 /// The glass that the three displays share.
 [[nodiscard]] Box DisplayGlass();
