@@ -405,7 +405,7 @@ void KeldraEditor::ShowParameterText()
         writer.Append("Param: ...");
     } else if (selected >= kSpare74 && selected <= kLfoSync) {
         // A setting of the engine: without a name in hosts, and without a link.
-        writer.Append(kEngineSettings[static_cast<std::size_t>(selected - kSpare74)].what);
+        writer.Append(kEngineSettings[static_cast<std::size_t>(selected - kSpare74)].title);
     } else {
         std::array<char, 128> name;
         synth_->GetParameterName(selected, name);

@@ -138,7 +138,8 @@ struct ParameterRow {
 /// One whole-number setting of the engine: stored as it stands, without a name in hosts.
 struct EngineSettingRow {
     EParameter index;
-    std::string_view what;                    ///< for documents and the editor
+    std::string_view what;                    ///< in documents and command lines
+    std::string_view title;                   ///< among the names of the others, on the panel
     float defaultValue;                       ///< stored form, a whole number
     int count;                                ///< the stored numbers on offer are 0 .. count - 1
     std::span<const float> choices;           ///< what 0, 1, 2, .. select; empty: counts from 1
@@ -249,13 +250,13 @@ inline constexpr std::string_view kLfoSyncLabels[] = {"---", "1/16", "2/16", "3/
 
 // clang-format off
 inline constexpr EngineSettingRow kEngineSettings[] = {
-    {kSpare74,        "spare",                     0.0f,  1, {}, {}},
-    {kUnisonVoices,   "unison voices",             0.0f,  7, kUnisonVoiceChoices, {}},
-    {kPolyphony,      "polyphony",                15.0f, 64, {}, {}},
-    {kArpStepLength,  "arpeggiator step length",   1.0f,  7, kStepLengthChoices, kStepLengthLabels},
-    {kBendRange,      "pitch bend range",          0.0f, 12, {}, {}},
-    {kGateStepLength, "gate step length",          0.0f,  7, kStepLengthChoices, kStepLengthLabels},
-    {kLfoSync,        "LFO tempo sync",            0.0f, 11, kLfoSyncChoices, kLfoSyncLabels},
+    {kSpare74,        "spare",                   "Spare",             0.0f,  1, {}, {}},
+    {kUnisonVoices,   "unison voices",           "Unison Voices",     0.0f,  7, kUnisonVoiceChoices, {}},
+    {kPolyphony,      "polyphony",               "Polyphony",        15.0f, 64, {}, {}},
+    {kArpStepLength,  "arpeggiator step length", "ARP Step Length",   1.0f,  7, kStepLengthChoices, kStepLengthLabels},
+    {kBendRange,      "pitch bend range",        "Pitch Bend Range",  0.0f, 12, {}, {}},
+    {kGateStepLength, "gate step length",        "Gate Step Length",  0.0f,  7, kStepLengthChoices, kStepLengthLabels},
+    {kLfoSync,        "LFO tempo sync",          "LFO Tempo Sync",    0.0f, 11, kLfoSyncChoices, kLfoSyncLabels},
 };
 // clang-format on
 

@@ -233,7 +233,7 @@ TEST_F(Panel, LinksAControllerToTheControlThatWasTouchedLast)
     expect("Flt. Cutoff [N/A], CC: 74, -1", "");
 
     rig_.Choose(ControlOf(kPolyphony), 3); // a setting of the engine can't be linked
-    expect("polyphony, CC: 74, -1", "");
+    expect("Polyphony, CC: 74, -1", "");
     const std::vector<std::byte> before = rig_.host->GetChunk();
     rig_.Click(EPanelRole::Link);
     rig_.Click(EPanelRole::Unlink);
