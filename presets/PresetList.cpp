@@ -61,47 +61,59 @@ std::shared_ptr<LibraryBanks> CPresetList::ReadBanks(std::string_view checkedBan
     return banks;
 }
 
-void CPresetList::ScanBanks()
+/// Puts a library in place of the old one, and selects in it what `select` makes of the moment;
+/// anew when the engine's thread has selected something meanwhile.
+template <typename Select>
+void CPresetList::Publish(const std::shared_ptr<const LibraryBanks>& banks, const Select& select)
 {
-    const std::lock_guard lock(mutex_);
-    const std::shared_ptr<LibraryBanks> banks = ReadBanks({}, true);
-    for (;;) {
-        const CLibraryView::Moment now = view_.Now();
-        current_ = CurrentOf(now);
-        if (view_.TryPublish(now, banks, {}))
-            break;
+    {
+        const std::lock_guard lock(mutex_);
+        for (bool published = false; !published;) {
+            const CLibraryView::Moment now = view_.Now();
+            published = view_.TryPublish(now, banks, select(now));
+        }
     }
     cache_->Trim();
 }
 
-bool CPresetList::SelectBank(int index)
+void CPresetList::ScanBanks()
 {
-    const std::lock_guard lock(mutex_);
-    for (;;) {
-        const CLibraryView::Moment now = view_.Now();
-        const CBank* old = BankOf(*now.banks, index);
-        if (old == nullptr)
-            return false;
-        const std::shared_ptr<const CBank> bank = cache_->Get(old->Folder(), CBank::ECheck::Files);
-        auto banks = std::make_shared<LibraryBanks>(*now.banks);
-        (*banks)[static_cast<std::size_t>(index)] = bank;
-
-        LibrarySelection selection{index, -1, -1, -1};
-        if (bank->ProgramCount() > 0)
-            selection = {index, 0, index, 0};
-        else
-            current_ = CurrentOf(now);
-        if (view_.TryPublish(now, std::move(banks), selection))
-            return index != now.selection.bank;
-    }
+    const std::lock_guard reading(diskMutex_);
+    Publish(ReadBanks({}, true), [this](const CLibraryView::Moment& now) {
+        current_ = CurrentOf(now);
+        return LibrarySelection{};
+    });
 }
 
-bool CPresetList::SelectProgram(int index)
+bool CPresetList::SelectBank(int index)
+{
+    const std::lock_guard reading(diskMutex_);
+    const std::shared_ptr<const LibraryBanks> old = Banks();
+    if (BankOf(*old, index) == nullptr)
+        return false;
+    const auto banks = std::make_shared<LibraryBanks>(*old);
+    std::shared_ptr<const CBank>& bank = (*banks)[static_cast<std::size_t>(index)];
+    bank = cache_->Get(bank->Folder(), CBank::ECheck::Files);
+    bool moved = false;
+    Publish(banks, [&](const CLibraryView::Moment& now) {
+        moved = index != now.selection.bank;
+        if (bank->ProgramCount() > 0)
+            return LibrarySelection{index, 0, index, 0};
+        current_ = CurrentOf(now);
+        return LibrarySelection{index, -1, -1, -1};
+    });
+    return moved;
+}
+
+/// @param choose  makes the program to select of the selected one, -1 for none
+template <typename Choose>
+bool CPresetList::SelectProgramBy(const Choose& choose)
 {
     const std::lock_guard lock(mutex_);
     for (;;) {
         const CLibraryView::Moment now = view_.Now();
         const int bank = now.selection.bank;
+        const int index = choose(now.selection.program);
         if (!HasProgram(BankOf(*now.banks, bank), index))
             return false;
         if (view_.TrySelect(now, {bank, index, bank, index}))
@@ -109,21 +121,24 @@ bool CPresetList::SelectProgram(int index)
     }
 }
 
+bool CPresetList::SelectProgram(int index)
+{
+    return SelectProgramBy([index](int) { return index; });
+}
+
 bool CPresetList::NextProgram()
 {
-    const int program = view_.Now().selection.program;
-    return SelectProgram(program >= 0 ? program + 1 : 0);
+    return SelectProgramBy([](int selected) { return selected >= 0 ? selected + 1 : 0; });
 }
 
 bool CPresetList::PreviousProgram()
 {
-    const int program = view_.Now().selection.program;
-    return SelectProgram(program >= 0 ? program - 1 : 0);
+    return SelectProgramBy([](int selected) { return selected >= 0 ? selected - 1 : 0; });
 }
 
 void CPresetList::SetCurrentFile(std::string_view path)
 {
-    const std::lock_guard lock(mutex_);
+    const std::lock_guard reading(diskMutex_);
     const auto orElse = [](std::string_view name, std::string_view otherwise) {
         return std::string(name.empty() ? otherwise : name);
     };
@@ -139,10 +154,16 @@ void CPresetList::SetCurrentFile(std::string_view path)
         const int program = bank->FindProgram(file.programName, path);
         selection.program = program >= 0 ? program : bank->ProgramCount() > 0 ? 0 : -1;
     }
-    do
+    Publish(banks, [&](const CLibraryView::Moment&) {
         current_ = file;
-    while (!view_.TryPublish(view_.Now(), banks, selection));
-    cache_->Trim();
+        return selection;
+    });
+}
+
+std::shared_ptr<const LibraryBanks> CPresetList::Banks() const
+{
+    const std::lock_guard lock(mutex_);
+    return view_.Now().banks;
 }
 
 CPresetList::Current CPresetList::CurrentOf(const CLibraryView::Moment& now) const

@@ -118,6 +118,11 @@ public:
 private:
     [[nodiscard]] std::shared_ptr<LibraryBanks> ReadBanks(std::string_view checkedBank,
                                                           bool checkAll) const;
+    [[nodiscard]] std::shared_ptr<const LibraryBanks> Banks() const;
+    template <typename Select>
+    void Publish(const std::shared_ptr<const LibraryBanks>& banks, const Select& select);
+    template <typename Choose>
+    bool SelectProgramBy(const Choose& choose);
     [[nodiscard]] Current CurrentOf(const CLibraryView::Moment& now) const;
     void OpenSelector(FileDialogRequest::EKind kind, EImport import);
     bool ApplyBlock(std::span<const std::byte> block, EImport import);
@@ -129,9 +134,14 @@ private:
     CFileDialogs& dialogs_;
     const std::shared_ptr<CBankCache> cache_;
 
+    /// Held from the look at the disk until what was found is in the view, so that of two who look
+    /// the later one's library stays.
+    std::mutex diskMutex_;
+    /// Control threads among themselves, for moments only: the editor asks with the UI lock held.
+    /// May be taken with the other one held.
+    mutable std::mutex mutex_;
     CLibraryView view_;
-    mutable std::mutex mutex_; ///< control threads among themselves
-    Current current_;          ///< where the view's selection doesn't name a program of the library
+    Current current_; ///< where the view's selection doesn't name a program of the library
 
     std::atomic<std::uint32_t> memoryLoadsBegun_{0};
     std::atomic<std::uint32_t> memoryLoadsEnded_{0};

@@ -1,8 +1,25 @@
 #include <atomic>
+#include <chrono>
+#include <dirent.h>
+#include <dlfcn.h>
+#include <functional>
+#include <future>
 #include <gtest/gtest.h>
 #include <thread>
 
 #include "tests/presets/PresetRig.h"
+
+namespace {
+std::function<void()> g_whileListing; ///< a slow disk: done by whoever lists a folder
+} // namespace
+
+extern "C" DIR* opendir(const char* path)
+{
+    static const auto real = reinterpret_cast<DIR* (*)(const char*)>(dlsym(RTLD_NEXT, "opendir"));
+    if (g_whileListing)
+        g_whileListing();
+    return real(path);
+}
 
 namespace keldra::test {
 namespace {
@@ -130,6 +147,10 @@ TEST(PresetThread, MidiAndEditorChooseAtTheSameTime)
         }
     });
     CPresetList& presets = rig.Presets();
+    std::thread host([&] {
+        for (; !stop; std::this_thread::yield())
+            presets.PreviousProgram();
+    });
     for (int round = 0; round < 70; ++round) {
         presets.SelectBank(round % 2);
         presets.LoadProgram(presets.CurrentPath());
@@ -147,6 +168,7 @@ TEST(PresetThread, MidiAndEditorChooseAtTheSameTime)
     }
     stop = true;
     processing.join();
+    host.join();
     EXPECT_EQ(mixtures, 0);
     presets.SelectBank(0);
     presets.LoadProgram(presets.CurrentPath());
@@ -164,6 +186,28 @@ TEST(PresetThread, WhoeverChoosesLaterIsWhole)
         processing.join();
         ExpectOneWholeProgram(rig, "after a race");
     }
+}
+
+TEST(PresetThread, ListsAreThereWhileAnotherThreadWaitsForTheDisk)
+{
+    const CNumberedRig rig;
+    CPresetList& presets = rig.Presets();
+    const std::function<void()> looks[] = {
+        [&] { presets.ScanBanks(); },
+        [&] { presets.SelectBank(1); },
+        [&] { presets.SetCurrentFile("/elsewhere/x.fxp"); },
+    };
+    std::vector<std::future<CPresetList::Lists>> asked; // end when nobody waits any more
+    g_whileListing = [&] {
+        asked.push_back(std::async(std::launch::async, [&] { return presets.GetLists(); }));
+        EXPECT_EQ(asked.back().wait_for(std::chrono::seconds(2)), std::future_status::ready);
+    };
+    for (const auto& look : looks) {
+        const std::size_t before = asked.size();
+        look();
+        EXPECT_GT(asked.size(), before);
+    }
+    g_whileListing = nullptr;
 }
 
 // Instances come and go and share the programs in memory.
