@@ -9,7 +9,8 @@
 
 namespace keldra {
 
-/// One file dialog of the program menu, from the question to the answer. UI thread. Nothing waits.
+/// One file dialog of the program menu, from the question to the answer. Control threads, one
+/// at a time. Nothing waits.
 class CFileSelector {
 public:
     struct Settings {

@@ -87,9 +87,9 @@ public:
     /// Writes the current program. A file that can't be written stays as it was.
     bool SaveProgram(std::string_view path);
 
-    // With an editor. UI thread
+    // With an editor. Control threads, one at a time, except as said
 
-    /// The editor, or null when it goes. Neither owned nor asked by any other thread.
+    /// The editor, or null when it goes. Not owned.
     void SetClient(CPresetListClient* client);
     void ShowAboutBox();
     void ShowPresetBrowser();
@@ -99,8 +99,8 @@ public:
     void SaveProgramWithDialog();
     /// On every tick of the editor. @return true when an answer was carried out just now
     bool PollDialog();
-    void CloseDialog();
-    [[nodiscard]] bool IsDialogOpen() const { return selector_ != nullptr; }
+    void CloseDialog();                      ///< also while another thread is in PollDialog
+    [[nodiscard]] bool IsDialogOpen() const; ///< at any time
 
     // The thread that has the engine
 
@@ -125,6 +125,8 @@ private:
     bool SelectProgramBy(const Choose& choose);
     [[nodiscard]] Current CurrentOf(const CLibraryView::Moment& now) const;
     void OpenSelector(FileDialogRequest::EKind kind, EImport import);
+    [[nodiscard]] std::shared_ptr<CFileSelector> Selector() const;
+    bool Forget(const std::shared_ptr<CFileSelector>& selector);
     bool ApplyBlock(std::span<const std::byte> block, EImport import);
     void ApplyFromMemory(const CBank& bank, int program);
 
@@ -147,7 +149,7 @@ private:
     std::atomic<std::uint32_t> memoryLoadsEnded_{0};
 
     CPresetListClient* client_ = nullptr;
-    std::unique_ptr<CFileSelector> selector_;
+    std::shared_ptr<CFileSelector> selector_; ///< with the short lock; let go without it
 };
 
 } // namespace keldra

@@ -7,7 +7,7 @@
 
 namespace keldra {
 
-/// What the preset list asks of an editor. UI thread.
+/// What the preset list asks of an editor. Control threads, one at a time.
 class CPresetListClient {
 public:
     virtual void ShowAboutBox() = 0;

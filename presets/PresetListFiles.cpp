@@ -100,7 +100,7 @@ bool CPresetList::SaveProgram(std::string_view path)
 
 void CPresetList::OpenSelector(FileDialogRequest::EKind kind, EImport import)
 {
-    if (client_ == nullptr || selector_ != nullptr)
+    if (client_ == nullptr || IsDialogOpen())
         return;
     CFileSelector::Settings settings;
     settings.kind = kind;
@@ -117,7 +117,9 @@ void CPresetList::OpenSelector(FileDialogRequest::EKind kind, EImport import)
     settings.programName = std::string(TextIn(name));
     settings.extension = extension_;
     settings.import = import;
-    selector_ = std::make_unique<CFileSelector>(settings, dialogs_, *client_);
+    auto selector = std::make_shared<CFileSelector>(settings, dialogs_, *client_);
+    const std::lock_guard lock(mutex_);
+    selector_.swap(selector);
 }
 
 void CPresetList::LoadProgramWithDialog(EImport import)
@@ -130,21 +132,44 @@ void CPresetList::SaveProgramWithDialog()
     OpenSelector(FileDialogRequest::EKind::Save, EImport::Everything);
 }
 
+std::shared_ptr<CFileSelector> CPresetList::Selector() const
+{
+    const std::lock_guard lock(mutex_);
+    return selector_;
+}
+
+/// @param selector  nothing happens when it has been taken or closed already
+/// @return whether it was there
+bool CPresetList::Forget(const std::shared_ptr<CFileSelector>& selector)
+{
+    const std::lock_guard lock(mutex_);
+    if (selector == nullptr || selector_ != selector)
+        return false;
+    selector_ = nullptr;
+    return true;
+}
+
+bool CPresetList::IsDialogOpen() const
+{
+    const std::lock_guard lock(mutex_);
+    return selector_ != nullptr;
+}
+
 void CPresetList::CloseDialog()
 {
-    selector_.reset();
+    Forget(Selector());
 }
 
 bool CPresetList::PollDialog()
 {
-    if (selector_ == nullptr)
+    // Held on to: the editor's window may be closed meanwhile, on another thread.
+    const std::shared_ptr<CFileSelector> answered = Selector();
+    if (answered == nullptr)
         return false;
-    const CFileDialog::EState state = selector_->Poll();
-    if (state == CFileDialog::EState::Open)
-        return false;
+    const CFileDialog::EState state = answered->Poll();
     // Gone before anything is done: loading may lead to the host, and from there to another dialog.
-    const std::unique_ptr<CFileSelector> answered = std::move(selector_);
-    if (state != CFileDialog::EState::Chosen)
+    if (state == CFileDialog::EState::Open || !Forget(answered) ||
+        state != CFileDialog::EState::Chosen)
         return false;
     const CFileSelector::Settings& settings = answered->GetSettings();
     return settings.kind == FileDialogRequest::EKind::Save

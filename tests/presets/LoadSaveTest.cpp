@@ -121,6 +121,26 @@ TEST(ProgramDialogs, CarryOutTheAnswerWhenItComes)
     EXPECT_FALSE(presets.PollDialog());
 }
 
+// On another thread a host may close the window in the middle of this.
+TEST(ProgramDialogs, MayBeClosedWhileAnAnswerIsLookedFor)
+{
+    class CClosingRig : public CPresetRig {
+        std::unique_ptr<CFileDialog> OpenOwnFileDialog(const FileDialogRequest& request) override
+        {
+            Presets().CloseDialog();
+            return ownDialogs.Open(request);
+        }
+    };
+    CClosingRig rig;
+    rig.Presets().SetClient(&rig);
+    rig.dialogs.answers = {{EState::Unavailable, "", 0}};
+    rig.ownDialogs.answers = {{EState::Chosen, rig.folder.Path("Library/leads/Soft.keldra"), 0}};
+    rig.Presets().LoadProgramWithDialog();
+    EXPECT_FALSE(rig.Presets().PollDialog());
+    EXPECT_EQ(rig.ownDialogs.openCount, 0);
+    EXPECT_EQ(rig.renderer->Name(), "") << "nobody waits for it any more";
+}
+
 TEST(ProgramDialogs, SavingAddsTheExtensionButNeverReplacesUnasked)
 {
     struct Case {
