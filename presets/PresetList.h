@@ -27,8 +27,9 @@ class CPresetListClient;
 /// included; they take turns where they meet. The thread that has the engine selects by MIDI: it
 /// takes programs from memory, where the library keeps them, and neither waits nor takes memory nor
 /// touches a file (see CLibraryView). When both choose at once, the later one's program is whole: a
-/// load that a MIDI selection has come into is made again. What is on the disk is looked at in
-/// ScanBanks, SelectBank and SetCurrentFile (so after each load and save), not in between.
+/// load that a MIDI selection has come into is made again, and what was saved meanwhile is loaded.
+/// What is on the disk is looked at in ScanBanks, SelectBank and SetCurrentFile (so after each load
+/// and save), not in between.
 class CPresetList {
 public:
     /// Neither reads the disk nor loads anything: call ScanBanks, SelectBank(0), LoadProgram.
@@ -127,6 +128,8 @@ private:
     void OpenSelector(FileDialogRequest::EKind kind, EImport import);
     [[nodiscard]] std::shared_ptr<CFileSelector> Selector() const;
     bool Forget(const std::shared_ptr<CFileSelector>& selector);
+    template <typename Action>
+    void BetweenMemoryLoads(const Action& action);
     bool ApplyBlock(std::span<const std::byte> block, EImport import);
     void ApplyFromMemory(const CBank& bank, int program);
 

@@ -55,6 +55,20 @@ bool CPresetList::ApplyBlock(std::span<const std::byte> block, EImport import)
     return content.Accepted();
 }
 
+/// Reads or sets all values, and does it anew when a program that MIDI selected came into it, which
+/// would make a mixture of both. (Bounded, should a host send nothing but program changes.)
+template <typename Action>
+void CPresetList::BetweenMemoryLoads(const Action& action)
+{
+    for (int attempt = 0; attempt < 100; ++attempt) {
+        const std::uint32_t ended = memoryLoadsEnded_.load();
+        const std::uint32_t begun = memoryLoadsBegun_.load();
+        action();
+        if (begun == ended && memoryLoadsBegun_.load() == begun)
+            break;
+    }
+}
+
 bool CPresetList::LoadProgram(std::string_view path, EImport import)
 {
     std::vector<std::byte> block;
@@ -62,19 +76,13 @@ bool CPresetList::LoadProgram(std::string_view path, EImport import)
         return false;
     const CHostValues before(owner_);
     bool accepted = false;
-    // A program that MIDI selects while this one is loaded would leave a mixture of both. Loaded
-    // once more, this one is the later. (Bounded, should a host send nothing but program changes.)
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        const std::uint32_t ended = memoryLoadsEnded_.load();
-        const std::uint32_t begun = memoryLoadsBegun_.load();
+    BetweenMemoryLoads([&] {
         accepted = ApplyBlock(block, import);
         if (accepted) {
             SetCurrentFile(path);
             owner_.SetProgramName(GetCurrent().programName);
         }
-        if (begun == ended && memoryLoadsBegun_.load() == begun)
-            break;
-    }
+    });
     if (accepted)
         before.ReportWhatChanged();
     owner_.Feedback().MarkProgram();
@@ -87,11 +95,25 @@ bool CPresetList::SaveProgram(std::string_view path)
     if (size <= 0)
         return false;
     std::vector<std::byte> block(static_cast<std::size_t>(size));
-    owner_.GetChunk(block.data());
+    std::uint32_t loadsBefore = 0;
+    BetweenMemoryLoads([&] {
+        loadsBefore = memoryLoadsBegun_.load();
+        owner_.GetChunk(block.data());
+    });
     if (!WriteWholeFile(path, block))
         return false;
-    SetCurrentFile(path);
-    owner_.SetProgramName(GetCurrent().programName);
+    // Writing takes a disk's time. What MIDI has selected meanwhile would play under the name of
+    // what was saved: loaded once more, that is the later.
+    const CHostValues before(owner_);
+    bool loaded = false;
+    BetweenMemoryLoads([&] {
+        if (memoryLoadsBegun_.load() != loadsBefore)
+            loaded = ApplyBlock(block, EImport::Everything);
+        SetCurrentFile(path);
+        owner_.SetProgramName(GetCurrent().programName);
+    });
+    if (loaded)
+        before.ReportWhatChanged();
     owner_.Feedback().MarkProgram();
     return true;
 }

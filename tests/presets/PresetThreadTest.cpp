@@ -5,6 +5,7 @@
 #include <functional>
 #include <future>
 #include <gtest/gtest.h>
+#include <span>
 #include <thread>
 
 #include "tests/presets/PresetRig.h"
@@ -52,11 +53,13 @@ public:
     }
 };
 
+/// Of the current file: values, name and selection.
 void ExpectOneWholeProgram(const CNumberedRig& rig, const char* when)
 {
     rig.renderer->Process(16); // whatever is still on its way
     const std::string name = rig.renderer->Name();
-    const float value = static_cast<float>(std::stoi(name));
+    const std::string file = Slurp(rig.Presets().CurrentPath());
+    const float value = ReadStateBlock(std::as_bytes(std::span(file))).values[0];
     EXPECT_EQ(rig.renderer->Values(), std::set<float>{value}) << when << ", named " << name;
     EXPECT_EQ(std::set<float>(rig.renderer->applied.begin(), rig.renderer->applied.end()),
               std::set<float>{value})
@@ -179,12 +182,17 @@ TEST(PresetThread, MidiAndEditorChooseAtTheSameTime)
 TEST(PresetThread, WhoeverChoosesLaterIsWhole)
 {
     const CNumberedRig rig;
-    rig.Presets().LoadProgram(rig.folder.Path("Library/Bank 0/0.keldra"));
+    const std::string path = rig.folder.Path("Library/Bank 0/0.keldra");
     for (int round = 0; round < 300 && !::testing::Test::HasFailure(); ++round) {
-        std::thread processing([&] { rig.Midi(0xC0, 1 + round % 7, 0); });
-        rig.Presets().LoadProgram(rig.folder.Path("Library/Bank 0/0.keldra"));
+        const bool saves = round % 4 == 0;
+        rig.Presets().LoadProgram(rig.folder.Path("Library/Bank 0/7.keldra"));
+        std::thread processing([&] { rig.Midi(0xC0, 1 + round % 6, 0); });
+        if (saves)
+            rig.Presets().SaveProgram(path);
+        else
+            rig.Presets().LoadProgram(path);
         processing.join();
-        ExpectOneWholeProgram(rig, "after a race");
+        ExpectOneWholeProgram(rig, saves ? "saved in a race" : "loaded in a race");
     }
 }
 
