@@ -33,9 +33,8 @@ public:
     /// @param folder     entry of the bank's folder, as a CFileList found it
     /// @param extension  of programs, besides "fxp"
     /// @param before     an earlier state of the same folder, or null
-    /// @return `before` itself when nothing has changed; never null: a folder that can't be listed
-    /// is
-    ///         an empty bank
+    /// @return `before` itself when nothing has changed; never null. A folder that can't be listed
+    /// is an empty bank.
     /// Control threads; waits for the disk.
     [[nodiscard]] static std::shared_ptr<const CBank> Read(const CFileList::Entry& folder,
                                                            std::string_view extension, ECheck check,

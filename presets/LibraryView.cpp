@@ -38,8 +38,7 @@ static_assert(kMaxFolderEntries < kIndexMask, "an index of a list fits its bits"
 
 } // namespace
 
-// All orders are sequentially consistent: the reader stores its slot and then reads the word, the
-// publisher stores the word and then reads the slot, and one of them has to see the other.
+// All orders are sequentially consistent: that of storing one and then reading the other counts.
 
 CLibraryView::CLibraryView() : word_(Packed(0, {}))
 {

@@ -30,12 +30,27 @@ struct LibrarySelection {
 /// A selection is meaningless without the list it points into, so both have to change as one. A
 /// library is put into one of a few slots, and one atomic word holds the slot's number and the
 /// indices. Whoever wants to change something reads the word, decides, and exchanges it for the new
-/// one if it is still the same; otherwise decides anew. Only control threads fill and empty slots.
-/// The engine's thread says beforehand which slot it looks into, then reads the word once more: if
-/// it still names that slot, the slot isn't emptied before it says that it has finished. Nobody
-/// waits: a control thread takes another slot instead, and there is always one, since at most two
-/// are in use. (A reference count on the library would do for reading it, but the last to let go
-/// has to free it, and that may be the engine's thread.)
+/// one if it is still the same; otherwise decides anew.
+///
+/// Only control threads fill and empty slots. The engine's thread stores the number of the slot
+/// that it is going to look into (readSlot_), then reads the word once more, and looks only if the
+/// word still names that slot. What holds, and suffices:
+///
+///     A slot's library is let go or replaced only when neither the word nor, asked after it,
+///     readSlot_ names the slot.
+///
+/// An example. The word names slot 0; the engine's thread reads it and is held up. A control thread
+/// fills slot 1, exchanges the word, finds nothing in readSlot_ and empties slot 0. The engine's
+/// thread goes on: it stores 0, reads the word, finds 1 and goes round without having looked; it
+/// stores 1, finds 1, and looks into slot 1. Had it stored its 0 before the control thread asked,
+/// slot 0 would have stayed until the next library comes, though nobody looks into it. There is no
+/// gap between the two: one stores the slot and then reads the word, the other stores the word and
+/// then reads the slot, and of these four in any order one thread sees the other's.
+///
+/// Nor is a word mistaken for an earlier one of the same bits: while its slot is read it isn't
+/// filled anew. And nobody waits: a control thread takes another slot instead. (A reference count
+/// on the library would do for reading it, but the last to let go has to free it, and that may be
+/// the engine's thread.)
 class CLibraryView {
 public:
     /// A moment of the view, for control threads.
@@ -75,7 +90,7 @@ public:
                                   const LibrarySelection& selection);
 
 private:
-    static constexpr int kSlotCount = 4;
+    static constexpr int kSlotCount = 3; ///< the word's, the reader's, and one to fill
     static constexpr int kNoSlot = -1;
 
     std::array<std::shared_ptr<const LibraryBanks>, kSlotCount> slots_;
