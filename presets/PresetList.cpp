@@ -17,6 +17,18 @@ bool IsIndexOf(int index, std::size_t count)
     return index >= 0 && static_cast<std::size_t>(index) < count;
 }
 
+/// "a//b" is "a/b" to the system, and has to be to who compares names. A doubled separator at the
+/// beginning stays: some systems give it a meaning.
+std::string WithSingleSeparators(std::string path)
+{
+    const auto begin = path.begin() + (path.empty() ? 0 : 1);
+    path.erase(
+        std::unique(begin, path.end(),
+                    [](char a, char b) { return a == kPathSeparator && b == kPathSeparator; }),
+        path.end());
+    return path;
+}
+
 /// The selected bank, null for none.
 const CBank* BankOf(const LibraryBanks& banks, int index)
 {
@@ -33,7 +45,7 @@ bool HasProgram(const CBank* bank, int index)
 CPresetList::CPresetList(CPluginRenderer& owner, std::string libraryFolder, std::string extension,
                          CFileDialogs& dialogs)
     : owner_(owner),
-      libraryFolder_(std::move(libraryFolder)),
+      libraryFolder_(WithSingleSeparators(std::move(libraryFolder))),
       extension_(std::move(extension)),
       dialogs_(dialogs),
       cache_(CBankCache::Shared(extension_)),
@@ -142,8 +154,10 @@ void CPresetList::SetCurrentFile(std::string_view path)
     const auto orElse = [](std::string_view name, std::string_view otherwise) {
         return std::string(name.empty() ? otherwise : name);
     };
-    const Current file{orElse(ProgramNameOf(path), kNoProgramName),
-                       orElse(BankNameOf(path), kNoBankName), std::string(path)};
+    Current file;
+    file.path = WithSingleSeparators(std::string(path));
+    file.programName = orElse(ProgramNameOf(file.path), kNoProgramName);
+    file.bankName = orElse(BankNameOf(file.path), kNoBankName);
     const std::shared_ptr<LibraryBanks> banks = ReadBanks(file.bankName, false);
     LibrarySelection selection;
     for (std::size_t i = 0; i < banks->size() && selection.bank < 0; ++i)
@@ -151,7 +165,7 @@ void CPresetList::SetCurrentFile(std::string_view path)
             selection.bank = static_cast<int>(i);
     if (const CBank* bank = BankOf(*banks, selection.bank)) {
         // The first program when none has the name, as after any look into a bank.
-        const int program = bank->FindProgram(file.programName, path);
+        const int program = bank->FindProgram(file.programName, file.path);
         selection.program = program >= 0 ? program : bank->ProgramCount() > 0 ? 0 : -1;
     }
     Publish(banks, [&](const CLibraryView::Moment&) {

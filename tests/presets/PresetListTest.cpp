@@ -101,6 +101,8 @@ TEST(PresetList, FollowsAFileByItsNames)
          "leads/Soft", "leads/Soft Soft.fxp"},
         {"from outside, a bank of that name only", "/other/leads/New.fxp", "leads/Bright",
          "leads/New New.fxp"},
+        {"a doubled separator", library + "//leads//Soft.keldra", "leads/Soft",
+         "leads/Soft Soft.keldra"},
         {"other case is another name", "/other/Leads/Soft.fxp", "-/-", "Leads/Soft Soft.fxp"},
         {"from elsewhere", "/tmp/x.fxp", "-/-", "tmp/x x.fxp"},
         {"without a folder", "x.fxp", "-/-", "<user>/x x.fxp"},

@@ -107,7 +107,7 @@ public:
         folder.Write("Library/leads/Soft.keldra", Block(0.21f));
         folder.Write("Library/Xtra/none.txt", "");
         folder.Write("Library/loose.keldra", Block(0.5f));
-        renderer = std::make_unique<CPresetRenderer>(folder.Path("Library"), dialogs);
+        renderer = std::make_unique<CPresetRenderer>(folder.Path() + "//Library", dialogs);
         renderer->presets.ScanBanks();
     }
 
