@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "bench/Yardstick.h"
-#include "tests/reference/ScalarVoice.h"
+#include "reference/ScalarVoice.h"
 #include "voice/VoiceRender.h"
 #include "voice/kernel/VoiceKernels.h"
 

@@ -7,7 +7,7 @@
 
 #include "bench/Chord.h"
 #include "effects/EffectsUnit.h"
-#include "tests/reference/ScalarEffects.h"
+#include "reference/ScalarEffects.h"
 
 namespace keldra {
 

@@ -11,7 +11,7 @@
 #include "effects/EffectsUnit.h"
 #include "engine/DecimationFilter.h"
 #include "frame/ParameterTable.h"
-#include "tests/reference/ScalarSynth.h"
+#include "reference/ScalarSynth.h"
 
 namespace keldra {
 

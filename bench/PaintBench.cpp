@@ -10,7 +10,7 @@
 #include "gui/ControlSlider.h"
 #include "gui/ControlStateSelector.h"
 #include "gui/WindowPort.h"
-#include "tests/gallery/GalleryImages.h"
+#include "gui/gallery/GalleryImages.h"
 
 namespace keldra {
 

@@ -14,12 +14,13 @@ set(may_hosts/module "hosts/vst;hosts/native")
 set(may_hosts/native "hosts/native;frame;platform")
 set(may_apps "apps;platform;hosts/vst/VstInterface.h;frame/ParameterTable.h")
 set(may_skin "skin;gui;editor;frame")
-set(may_library "library;frame")
+set(may_library "library;engine;voice;presets;frame;platform")
+set(may_reference "reference;voice;effects")
 set(may_songs "songs")
 
 set(wrong "")
 foreach(room platform frame voice effects presets engine gui editor hosts/vst hosts/native hosts/module
-    apps skin library songs)
+    reference apps skin library songs)
   file(GLOB_RECURSE sources RELATIVE ${SOURCE_DIR} ${SOURCE_DIR}/${room}/*.h
     ${SOURCE_DIR}/${room}/*.cpp)
   foreach(source IN LISTS sources)

@@ -8,7 +8,7 @@
 #include <span>
 #include <vector>
 
-#include "tests/reference/ScalarEffects.h"
+#include "reference/ScalarEffects.h"
 
 namespace keldra {
 

@@ -6,9 +6,9 @@
 #include <random>
 #include <span>
 
+#include "reference/ScalarSynth.h"
 #include "tests/engine/SynthRig.h"
 #include "tests/frame/TestRenderer.h"
-#include "tests/reference/ScalarSynth.h"
 
 namespace keldra::test {
 

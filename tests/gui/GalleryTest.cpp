@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
+#include "gui/gallery/GalleryPort.h"
 #include "platform/headless/HeadlessWindow.h"
-#include "tests/gallery/GalleryPort.h"
 #include "tests/gui/Golden.h"
 
 namespace keldra {

@@ -2,8 +2,8 @@
 #include <gtest/gtest.h>
 #include <set>
 
+#include "library/ProgramMeter.h"
 #include "platform/Folders.h"
-#include "tests/library/ProgramMeter.h"
 
 // Every factory program, played as its bank is meant to be: nobody should have to reach for the
 // volume, wait for silence or find the same sound twice.

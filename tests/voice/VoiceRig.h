@@ -4,7 +4,7 @@
 #include <span>
 #include <vector>
 
-#include "tests/reference/ScalarVoice.h"
+#include "reference/ScalarVoice.h"
 #include "voice/VoiceGenerator.h"
 
 namespace keldra {

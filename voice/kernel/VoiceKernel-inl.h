@@ -6,7 +6,7 @@
 // both take a step before either takes the next, so that they wait for their filters at the same
 // time. Oscillators run a sample ahead, while their ladders wait for the saturation's division: a
 // sample from its oscillators to its gains is a longer way than processors look ahead. What a voice
-// does, written plainly (the truth that tests compare with is tests/reference/ScalarVoice.cpp):
+// does, written plainly (the truth that tests compare with is reference/ScalarVoice.cpp):
 //
 //     fall:     phase -= increment, +1 when that leaves (0, 1]; four phases, two per oscillator
 //     sync:     when B's first phase wraps, A's phases are shifted so that the first becomes 0

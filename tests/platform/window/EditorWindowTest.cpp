@@ -14,8 +14,8 @@
 #include <thread>
 #include <vector>
 
+#include "gui/gallery/GalleryPort.h"
 #include "platform/UiThread.h"
-#include "tests/gallery/GalleryPort.h"
 #include "tests/platform/window/XHost.h"
 
 namespace keldra {

@@ -1,4 +1,4 @@
-#include "tests/gallery/GalleryImages.h"
+#include "gui/gallery/GalleryImages.h"
 
 #include <algorithm>
 #include <cmath>

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "effects/EffectsUnit.h"
-#include "tests/reference/ScalarVoice.h"
+#include "reference/ScalarVoice.h"
 
 namespace keldra {
 

@@ -8,7 +8,7 @@
 #include <limits>
 #include <thread>
 
-#include "tests/validator/Rig.h"
+#include "apps/validate/Rig.h"
 
 namespace keldra::validate {
 

@@ -1,4 +1,4 @@
-#include "tests/library/ProgramMeter.h"
+#include "library/ProgramMeter.h"
 
 #include <algorithm>
 #include <cmath>
@@ -10,12 +10,12 @@
 
 #include "engine/EngineRandom.h"
 #include "engine/KeldraSynth.h"
+#include "frame/PluginInstance.h"
 #include "platform/Folders.h"
 #include "presets/PresetList.h"
-#include "tests/frame/TestRenderer.h"
 #include "voice/VoiceRandom.h"
 
-namespace keldra::test {
+namespace keldra {
 
 namespace {
 
@@ -24,6 +24,12 @@ constexpr int kBlock = 441;
 constexpr double kTempo = 120.0;
 constexpr double kLongestTail = 22.0;
 constexpr double kSilenceDb = -80.0;
+
+/// A synthesizer asks its module's definition how many parameters there are.
+class CMeterDefinition final : public CPluginInstance {
+public:
+    CMeterDefinition() { parameterCount = kParameterCount; }
+};
 
 struct Note {
     double on, off; ///< seconds
@@ -77,7 +83,7 @@ class CPlayer {
 public:
     CPlayer(const std::filesystem::path& program, double wheel)
     {
-        static const CTestDefinition definition;
+        static const CMeterDefinition definition;
         NoiseSequence().Seed(22222);
         LfoSequence().Seed(2222);
         EngineSequence().Seed(2222);
@@ -392,4 +398,4 @@ std::vector<ProgramMeasure> MeasureBank(const std::filesystem::path& bank)
     return measures;
 }
 
-} // namespace keldra::test
+} // namespace keldra

@@ -11,7 +11,7 @@
 #include <unistd.h>
 #include <vector>
 
-#include "tests/validator/Check.h"
+#include "apps/validate/Check.h"
 
 namespace keldra::validate {
 

@@ -4,8 +4,8 @@
 #include <cstdio>
 #include <thread>
 
+#include "gui/gallery/GalleryPort.h"
 #include "platform/UiThread.h"
-#include "tests/gallery/GalleryPort.h"
 
 int main()
 {

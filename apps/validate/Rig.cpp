@@ -1,4 +1,4 @@
-#include "tests/validator/Rig.h"
+#include "apps/validate/Rig.h"
 
 #include <algorithm>
 #include <array>

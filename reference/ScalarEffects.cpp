@@ -1,4 +1,4 @@
-#include "tests/reference/ScalarEffects.h"
+#include "reference/ScalarEffects.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,11 +1,11 @@
-#include "tests/gallery/GalleryPort.h"
+#include "gui/gallery/GalleryPort.h"
 
 #include <array>
 #include <charconv>
 #include <cmath>
 
 #include "gui/ControlTextField.h"
-#include "tests/gallery/GalleryImages.h"
+#include "gui/gallery/GalleryImages.h"
 
 namespace keldra {
 

@@ -11,7 +11,7 @@
 #include <xmmintrin.h>
 #endif
 
-#include "tests/validator/Rig.h"
+#include "apps/validate/Rig.h"
 
 namespace keldra::validate {
 

@@ -1,4 +1,4 @@
-#include "tests/reference/ScalarVoice.h"
+#include "reference/ScalarVoice.h"
 
 #include <algorithm>
 #include <cmath>

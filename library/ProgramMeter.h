@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace keldra::test {
+namespace keldra {
 
 /// How the programs of a bank are played to measure them: as they are meant to be.
 enum class EStyle {
@@ -51,4 +51,4 @@ struct ProgramMeasure {
 /// All programs of a bank's folder, by name.
 [[nodiscard]] std::vector<ProgramMeasure> MeasureBank(const std::filesystem::path& bank);
 
-} // namespace keldra::test
+} // namespace keldra

@@ -4,7 +4,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include "tests/validator/Check.h"
+#include "apps/validate/Check.h"
 
 namespace keldra::validate {
 

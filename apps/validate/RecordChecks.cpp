@@ -6,7 +6,7 @@
 #include <cstring>
 #include <string>
 
-#include "tests/validator/Rig.h"
+#include "apps/validate/Rig.h"
 
 namespace keldra::validate {
 

@@ -5,12 +5,12 @@
 #include <cstdio>
 #include <string>
 
+#include "library/ProgramMeter.h"
 #include "platform/Folders.h"
-#include "tests/library/ProgramMeter.h"
 
 namespace {
 
-using keldra::test::ProgramMeasure;
+using keldra::ProgramMeasure;
 
 /// The program of the list that sounds most like one of them.
 std::string Nearest(const std::vector<ProgramMeasure>& programs, const ProgramMeasure& program)
@@ -30,7 +30,7 @@ std::string Nearest(const std::vector<ProgramMeasure>& programs, const ProgramMe
 
 void PrintBank(const std::string& folder, const std::string& bank)
 {
-    const std::vector<ProgramMeasure> programs = keldra::test::MeasureBank(folder + "/" + bank);
+    const std::vector<ProgramMeasure> programs = keldra::MeasureBank(folder + "/" + bank);
     std::printf(
         "\n## %s\n\n"
         "| program | loudness | softest | peak | brightness | attack | tail | wheel | cost | "

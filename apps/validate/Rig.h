@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/validator/Check.h"
+#include "apps/validate/Check.h"
 
 namespace keldra::validate {
 

@@ -1,4 +1,4 @@
-#include "tests/reference/ScalarSynth.h"
+#include "reference/ScalarSynth.h"
 
 #include <algorithm>
 #include <cmath>

@@ -1,11 +1,11 @@
-// The editor, in windows of the validator's own X server.
+// The editor, in windows of its own X server.
 
 #include <chrono>
 #include <cstdlib>
 #include <thread>
 #include <xcb/xcb.h>
 
-#include "tests/validator/Rig.h"
+#include "apps/validate/Rig.h"
 
 namespace keldra::validate {
 

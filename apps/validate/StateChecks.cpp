@@ -5,7 +5,7 @@
 #include <random>
 #include <thread>
 
-#include "tests/validator/Rig.h"
+#include "apps/validate/Rig.h"
 
 namespace keldra::validate {
 
