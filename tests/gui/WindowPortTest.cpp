@@ -241,7 +241,8 @@ TEST_F(WindowPort, ShutsOtherGroupsOutWhileOneIsModal)
     CControlGroup& over = AddGroup();
     Add(2, {100, 100, 50, 50}, &over);
     CHeadlessWindow& window = port_.Show();
-    EXPECT_TRUE(port_.RemoveGroup(nullptr) == false && !port_.RemoveGroup(port_.GetRootGroup()));
+    EXPECT_FALSE(port_.RemoveGroup(nullptr));
+    EXPECT_FALSE(port_.RemoveGroup(port_.GetRootGroup()));
     over.SetId(5);
     EXPECT_EQ(port_.FindGroup(5), &over);
     EXPECT_EQ(port_.GetGroup(-1), port_.GetRootGroup());
