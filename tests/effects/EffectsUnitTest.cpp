@@ -336,20 +336,17 @@ TEST(TapeDelay, PlaysToTheBitWhatTwoBuffersWouldHoweverTimeAndDepthJump)
         const char* what;
         int length;
         double startHead, modHz;
-        bool filtered, inStretches;
+        bool filtered;
         int samples;
     };
     constexpr Case kCases[] = {
-        {"shorter than allowed", 3, 0.0, 5.0, false, true, 20000},
-        {"shortest", 5, 0.778, 5.0, true, true, 20000},
-        {"a first lap without a sample", 7, 0.95, 5.0, false, true, 20000},
-        {"a handful", 17, 0.467, 3000.0, false, true, 20000},
-        {"shorter than a stretch", 50, 0.7, 20000.0, true, true, 50000},
-        {"sample by sample", 176, 0.467, 5.0, true, false, 50000},
-        {"a chorus", 960, 0.778, 5.0, false, true, 200000},
-        {"an echo", 96000, 0.7, 1.0, true, true, 600000},
+        {"shorter than allowed", 3, 0.0, 5.0, false, 20000},
+        {"a chorus at the lowest rate", 17, 0.467, 3000.0, false, 20000},
+        {"shorter than a stretch", 50, 0.7, 20000.0, true, 50000},
+        {"a chorus", 960, 0.778, 5.0, false, 200000},
+        {"an echo", 96000, 0.7, 1.0, true, 600000},
     };
-    for (const auto& [what, length, startHead, modHz, filtered, inStretches, samples] : kCases) {
+    for (const auto& [what, length, startHead, modHz, filtered, samples] : kCases) {
         CTapeDelay line(length, startHead);
         ScalarTapeDelay plain(length, startHead);
         if (filtered) {
@@ -381,7 +378,7 @@ TEST(TapeDelay, PlaysToTheBitWhatTwoBuffersWouldHoweverTimeAndDepthJump)
             for (float& sample : input)
                 sample = noise.Next();
             std::vector<float> output(input.size());
-            Send(line, input, output, inStretches);
+            Send(line, input, output, noise.Below(4) != 0);
             for (std::size_t i = 0; i < input.size(); ++i)
                 differences += plain.Process(input[i]) != output[i];
             done += static_cast<int>(input.size());
