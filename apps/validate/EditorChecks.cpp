@@ -2,9 +2,10 @@
 
 #include <chrono>
 #include <cstdlib>
+#include <set>
 #include <thread>
-#include <xcb/xcb.h>
 
+#include "apps/validate/HostWindow.h"
 #include "apps/validate/Rig.h"
 
 namespace keldra::validate {
@@ -14,100 +15,36 @@ namespace {
 using namespace vst;
 using Size = CVstHost::Size;
 
-/// Waits for the server's answer, which may be null.
-template <typename Reply, typename Cookie>
-std::unique_ptr<Reply, decltype(&std::free)> Answer(Reply* (*read)(xcb_connection_t*, Cookie,
-                                                                   xcb_generic_error_t**),
-                                                    xcb_connection_t* to, Cookie cookie)
+[[nodiscard]] Size SizeOf(const CHostWindow& host, xcb_window_t window)
 {
-    return {read(to, cookie, nullptr), &std::free};
+    const CXcbReply<xcb_get_geometry_reply_t> is(xcb_get_geometry_reply(
+        host.Connection(), xcb_get_geometry(host.Connection(), window), nullptr));
+    return is ? Size{is->height, is->width} : Size{};
 }
 
-/// A host's window: small and not shown until an editor is in it.
-class CParent {
-public:
-    /// @param ownVisual  one that isn't the root's, if the screen has such a one
-    explicit CParent(bool ownVisual = false) : connection_(xcb_connect(nullptr, nullptr))
-    {
-        const xcb_screen_t& screen = *xcb_setup_roots_iterator(xcb_get_setup(connection_)).data;
-        std::uint8_t depth = XCB_COPY_FROM_PARENT;
-        xcb_visualid_t visual = screen.root_visual;
-        for (auto depths = xcb_screen_allowed_depths_iterator(&screen); ownVisual && depths.rem;
-             xcb_depth_next(&depths))
-            for (auto visuals = xcb_depth_visuals_iterator(depths.data); visuals.rem;
-                 xcb_visualtype_next(&visuals))
-                if (visuals.data->visual_id != screen.root_visual && depths.data->depth >= 24) {
-                    depth = depths.data->depth;
-                    visual = visuals.data->visual_id;
-                }
-        const xcb_colormap_t colours = xcb_generate_id(connection_);
-        xcb_create_colormap(connection_, XCB_COLORMAP_ALLOC_NONE, colours, screen.root, visual);
-        window_ = xcb_generate_id(connection_);
-        const std::uint32_t values[] = {0, 0, 1, colours};
-        xcb_create_window(connection_, depth, window_, screen.root, 0, 0, 1, 1, 0,
-                          XCB_WINDOW_CLASS_INPUT_OUTPUT, visual,
-                          XCB_CW_BACK_PIXEL | XCB_CW_BORDER_PIXEL | XCB_CW_OVERRIDE_REDIRECT |
-                              XCB_CW_COLORMAP,
-                          values);
-        Sync();
-    }
-    ~CParent() { xcb_disconnect(connection_); } // takes the window, and what is in it, with it
-    CParent(const CParent&) = delete;
-    CParent& operator=(const CParent&) = delete;
+/// Of the window's inside, as it is on the screen.
+[[nodiscard]] std::size_t Colours(const CHostWindow& host, Size size)
+{
+    const CXcbReply<xcb_get_image_reply_t> image(
+        xcb_get_image_reply(host.Connection(),
+                            xcb_get_image(host.Connection(), XCB_IMAGE_FORMAT_Z_PIXMAP,
+                                          static_cast<xcb_window_t>(host.Window()), 0, 0,
+                                          static_cast<std::uint16_t>(size.width),
+                                          static_cast<std::uint16_t>(size.height), ~0u),
+                            nullptr));
+    if (image == nullptr)
+        return 0;
+    const auto* const pixels =
+        reinterpret_cast<const std::uint32_t*>(xcb_get_image_data(image.get()));
+    return std::set<std::uint32_t>(pixels, pixels + size.width * size.height).size();
+}
 
-    [[nodiscard]] void* Handle() const
-    {
-        return reinterpret_cast<void*>(static_cast<std::uintptr_t>(window_));
-    }
-    void Sync()
-    {
-        Answer(xcb_get_input_focus_reply, connection_, xcb_get_input_focus(connection_));
-    }
-    void Show(Size size)
-    {
-        const std::uint32_t values[] = {static_cast<std::uint32_t>(size.width),
-                                        static_cast<std::uint32_t>(size.height)};
-        xcb_configure_window(connection_, window_,
-                             XCB_CONFIG_WINDOW_WIDTH | XCB_CONFIG_WINDOW_HEIGHT, values);
-        xcb_map_window(connection_, window_);
-        Sync();
-    }
-    void Destroy()
-    {
-        xcb_destroy_window(connection_, window_);
-        Sync();
-    }
-    [[nodiscard]] std::vector<xcb_window_t> Children()
-    {
-        const auto tree =
-            Answer(xcb_query_tree_reply, connection_, xcb_query_tree(connection_, window_));
-        const xcb_window_t* const first = xcb_query_tree_children(tree.get());
-        return {first, first + xcb_query_tree_children_length(tree.get())};
-    }
-    [[nodiscard]] Size SizeOf(xcb_window_t window)
-    {
-        const auto is =
-            Answer(xcb_get_geometry_reply, connection_, xcb_get_geometry(connection_, window));
-        return is ? Size{is->height, is->width} : Size{};
-    }
-    /// Of the window's inside, as it is on the screen.
-    [[nodiscard]] std::size_t Colours(Size size)
-    {
-        const auto image = Answer(xcb_get_image_reply, connection_,
-                                  xcb_get_image(connection_, XCB_IMAGE_FORMAT_Z_PIXMAP, window_, 0,
-                                                0, static_cast<std::uint16_t>(size.width),
-                                                static_cast<std::uint16_t>(size.height), ~0u));
-        if (!image)
-            return 0;
-        const auto* const pixels =
-            reinterpret_cast<const std::uint32_t*>(xcb_get_image_data(image.get()));
-        return std::set<std::uint32_t>(pixels, pixels + size.width * size.height).size();
-    }
-
-private:
-    xcb_connection_t* connection_;
-    xcb_window_t window_ = 0;
-};
+/// Makes room for the editor of an instance.
+void Show(CHostWindow& host, CRig& rig)
+{
+    const Size size = rig.Host().EditorSize().value_or(Size{100, 100});
+    host.Show({0, 0}, {size.height, size.width});
+}
 
 void Idle(CRig& rig, int times)
 {
@@ -144,29 +81,29 @@ void CheckSize(const Module& module, CReport& report)
 
 void CheckPainted(const Module& module, CReport& report)
 {
-    for (const bool ownVisual : {false, true}) {
+    if (CRig rig(module, report); !HasEditor(rig, report))
+        return;
+    for (const XVisual& visual : CHostWindow().Visuals()) {
         CRig rig(module, report);
-        if (!HasEditor(rig, report))
-            return;
-        report.Step(ownVisual ? "opening it in a window of another visual" : "opening it");
-        CParent parent(ownVisual);
+        report.Step("opening it in a window of visual " + std::to_string(visual.id));
+        CHostWindow parent(visual);
         if (!report.Require(rig.Host().OpenEditor(parent.Handle()), "the editor doesn't open"))
             return;
         const auto size = rig.Host().EditorSize();
         if (!report.Require(size && size->width > 1 && size->height > 1, "the editor has no size"))
             return;
         report.Step("showing it");
-        parent.Show(*size);
+        Show(parent, rig);
         Idle(rig, 15);
         const auto children = parent.Children();
         report.Require(children.size() == 1,
                        "not one window in the host's, but " + std::to_string(children.size()));
         if (children.size() == 1) {
-            const Size is = parent.SizeOf(children[0]);
+            const Size is = SizeOf(parent, children[0]);
             report.Require(is.width == size->width && is.height == size->height,
                            "its window has another size than it says");
         }
-        report.Require(parent.Colours(*size) > 8, "it isn't painted");
+        report.Require(Colours(parent, *size) > 8, "it isn't painted");
         rig.Host().CloseEditor();
         report.Require(parent.Children().empty(), "its window stays after closing");
     }
@@ -177,7 +114,7 @@ void CheckReopened(const Module& module, CReport& report)
     CRig rig(module, report);
     if (!HasEditor(rig, report))
         return;
-    CParent othersParent;
+    CHostWindow othersParent;
     CRig other(module, report);
     other.Host().OpenEditor(othersParent.Handle());
     rig.Start();
@@ -190,9 +127,9 @@ void CheckReopened(const Module& module, CReport& report)
     });
     for (int i = 0; i < 20; ++i) {
         report.Step("opening it the " + std::to_string(i + 1) + "th time, while it plays");
-        CParent parent;
+        CHostWindow parent;
         report.Require(rig.Host().OpenEditor(parent.Handle()), "it doesn't open again");
-        parent.Show(rig.Host().EditorSize().value_or(Size{100, 100}));
+        Show(parent, rig);
         rig.Scramble(static_cast<unsigned>(i + 1));
         Idle(rig, 2);
         Idle(other, 1);
@@ -210,19 +147,19 @@ void CheckLeftOpen(const Module& module, CReport& report)
         CRig first(module, report);
         if (!HasEditor(first, report))
             return;
-        CParent parent;
+        CHostWindow parent;
         report.RudeStep("taking the host's window away under the editor");
         first.Host().OpenEditor(parent.Handle());
-        parent.Show(first.Host().EditorSize().value_or(Size{100, 100}));
+        Show(parent, first);
         Idle(first, 3);
         parent.Destroy();
         Idle(first, 3);
         first.Host().CloseEditor();
     }
-    CParent parent;
+    CHostWindow parent;
     auto rig = std::make_unique<CRig>(module, report);
     rig->Host().Dispatch(effEditOpen, 0, 0, parent.Handle()); // the host knows nothing of it
-    parent.Show(rig->Host().EditorSize().value_or(Size{100, 100}));
+    Show(parent, *rig);
     Idle(*rig, 3);
     report.RudeStep("closing the instance with its editor open");
     rig.reset();

@@ -3,57 +3,18 @@
 
 #include <CLI/CLI.hpp>
 #include <algorithm>
-#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <string>
-#include <unistd.h>
 #include <vector>
 
 #include "apps/validate/Check.h"
+#include "apps/validate/HostWindow.h"
 
 namespace keldra::validate {
 
 namespace {
-
-/// An X server without a screen, so that editors open where nobody looks. Without one DISPLAY is
-/// unset, and what needs it is skipped.
-class CXServer {
-public:
-    CXServer()
-    {
-        ::unsetenv("DISPLAY");
-        int ends[2];
-        if (::pipe(ends) != 0)
-            return;
-        process_ = ::fork();
-        if (process_ == 0) {
-            ::close(ends[0]);
-            const std::string file = std::to_string(ends[1]);
-            ::execlp("Xvfb", "Xvfb", "-displayfd", file.c_str(), "-screen", "0", "1600x1000x24",
-                     "-nolisten", "tcp", "-noreset", "-nolock", nullptr);
-            ::_exit(127);
-        }
-        ::close(ends[1]);
-        std::string display = ":";
-        for (char c; ::read(ends[0], &c, 1) == 1 && c != '\n';)
-            display += c;
-        ::close(ends[0]);
-        if (display.size() > 1)
-            ::setenv("DISPLAY", display.c_str(), 1);
-    }
-    ~CXServer()
-    {
-        if (process_ > 0)
-            ::kill(process_, SIGTERM);
-    }
-    CXServer(const CXServer&) = delete;
-    CXServer& operator=(const CXServer&) = delete;
-
-private:
-    pid_t process_ = -1;
-};
 
 std::vector<Check> AllChecks()
 {
@@ -91,7 +52,11 @@ int Run(int argc, char** argv)
     if (list || path.empty())
         return list ? 0 : 2;
 
+    // Without a server DISPLAY is unset, and what needs it is skipped.
     const CXServer server;
+    ::unsetenv("DISPLAY");
+    if (!server.Display().empty())
+        ::setenv("DISPLAY", server.Display().c_str(), 1);
     path = std::filesystem::absolute(path).string();
     static constexpr const char* kWords[] = {"ok", "skipped", "advice", "FAILED"};
     int asked = 0;

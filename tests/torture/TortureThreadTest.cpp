@@ -81,7 +81,7 @@ std::size_t MemoryInUse()
 /// A host's window at the top left of the screen, and a hand that touches what is on top there.
 class CScreen {
 public:
-    [[nodiscard]] void* Parent() { return reinterpret_cast<void*>(host_.Window()); }
+    [[nodiscard]] void* Parent() { return host_.Handle(); }
     void Show() { host_.Show({0, 0}, {521, 855}); }
     void Touch(PixelPoint at, int what)
     {
@@ -398,7 +398,7 @@ TEST(ModuleInWindows, MayBeClosedByAHostThatDoesSoAtTheVeryEnd)
         const auto module = CVstModule::Load(KELDRA_MODULE, error);
         for (std::size_t i = 0; i < hosts.size(); ++i) {
             hosts[i] = CVstHost::Create(module, {}, nullptr, error);
-            if (!hosts[i]->OpenEditor(reinterpret_cast<void*>(screens[i].Window())))
+            if (!hosts[i]->OpenEditor(screens[i].Handle()))
                 std::abort();
         }
         std::exit(7);

@@ -137,7 +137,11 @@ TEST_F(EditorWindow, IsDraggedInAWindowThatItsHostMovedIntoAnother)
              c = c->GetNext())
             list = dynamic_cast<CControlList*>(c);
     }
-    host_.MoveTo({130 + 340, 120 + 190}); // its thumb
+    const PixelPoint thumb{340, 190};
+    EXPECT_TRUE(until([&] { // once more where the server puts the knob's cursor back later
+        host_.MoveTo({130 + thumb.x, 120 + thumb.y});
+        return port_.held == 0 && port_.GetMousePosition() == thumb;
+    }));
     host_.Press(1);
     for (int i = 0; i < 60; ++i)
         host_.MoveBy(5, 5); // outside of every window
@@ -268,11 +272,11 @@ TEST(EditorWindowPixels, AreRightOnEveryVisualWithAndWithoutSharedMemory)
         CXvfb server(without);
         server.SetUp();
         {
-            CXHost host;
             CGalleryPort port;
-            for (const XVisual& visual : host.Visuals()) {
-                const NativeHandle parent = host.AddWindow(visual, {10, 10, 480, 340});
-                EXPECT_TRUE(port.Open(parent));
+            for (const XVisual& visual : CXHost().Visuals()) {
+                CXHost host(visual);
+                host.Show({10, 10}, {340, 480});
+                EXPECT_TRUE(port.Open(host.Window()));
                 const xcb_window_t window = [&] {
                     const CUiLock lock;
                     return static_cast<xcb_window_t>(port.Handle());
