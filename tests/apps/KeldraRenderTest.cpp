@@ -66,14 +66,7 @@ protected:
                 lines.push_back(line.substr(start.size()));
         return lines;
     }
-    [[nodiscard]] std::vector<std::string> Files() const
-    {
-        std::vector<std::string> names;
-        for (const auto& entry : std::filesystem::directory_iterator(folder_.Path()))
-            names.push_back(entry.path().filename());
-        std::sort(names.begin(), names.end());
-        return names;
-    }
+    [[nodiscard]] std::set<std::string> Files() const { return NamesIn(folder_.Path()); }
     [[nodiscard]] Wav Output() const { return ReadWav(folder_.Path("out.wav")); }
 
     CTemporaryFolder folder_;
@@ -229,7 +222,7 @@ TEST_F(KeldraRender, WritesTheFormatsAndLevelsAskedFor)
         EXPECT_EQ(wav.format, SF_FORMAT_WAV | format) << what;
         EXPECT_NEAR(PeakOf(wav.left), peak, tolerance) << what;
     }
-    EXPECT_EQ(Files(), (Lines{"log", "loud.mid", "out.wav", "song.mid"}));
+    EXPECT_EQ(Files(), (std::set<std::string>{"log", "loud.mid", "out.wav", "song.mid"}));
 }
 
 TEST_F(KeldraRender, KeepsAToneBelowTheLastBitBySixteenBitDither)
@@ -344,7 +337,7 @@ TEST_F(KeldraRender, RefusesBadInputInOneLineAndLeavesNothingBehind)
     folder_.Write("word.sounds", "channel 1\nLevel\n");
     folder_.Write("value.sounds", "channel 1\n\nLevel = 2\n");
     folder_.Write("program.sounds", "channel 1\nprogram = No/Such\n");
-    const Lines before = Files();
+    const std::set<std::string> before = Files();
 
     const std::string play = "song.mid -o out.wav ";
     const std::string instrument = " --module " KELDRA_TEST_INSTRUMENT;
@@ -428,7 +421,7 @@ TEST_F(KeldraRender, LeavesTheOldFileWhenTheDiskIsFull)
         EXPECT_EQ(run.status, 2);
         EXPECT_NE(run.err.find("out.wav: cannot be written"), std::string::npos) << run.err;
         EXPECT_EQ(Slurp(folder_.Path("out.wav")), "old");
-        EXPECT_EQ(Files(), (Lines{"log", "out.wav", "song.mid"}));
+        EXPECT_EQ(Files(), (std::set<std::string>{"log", "out.wav", "song.mid"}));
     }
 }
 
@@ -462,7 +455,7 @@ TEST_F(KeldraRender, LeavesTheOldFileWhenItIsInterruptedOrCrashes)
         }
         const ProgramRun run = program.Wait();
         EXPECT_TRUE(status < 0 ? run.status != 0 : run.status == status) << what << run.status;
-        EXPECT_EQ(Files(), (Lines{"log", "out.wav", "song.mid"})) << what;
+        EXPECT_EQ(Files(), (std::set<std::string>{"log", "out.wav", "song.mid"})) << what;
         EXPECT_EQ(Slurp(folder_.Path("out.wav")) == "old", status != 0) << what;
         std::filesystem::remove(folder_.Path("log"));
     }

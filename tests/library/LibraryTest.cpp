@@ -3,7 +3,7 @@
 #include <set>
 
 #include "library/ProgramMeter.h"
-#include "platform/Folders.h"
+#include "tests/platform/TemporaryFolder.h"
 
 // Every factory program, played as its bank is meant to be: nobody should have to reach for the
 // volume, wait for silence or find the same sound twice.
@@ -12,16 +12,6 @@ namespace keldra::test {
 namespace {
 
 const std::string kBanks = std::string(KELDRA_BINARY_DIR) + "/Keldra/Banks";
-
-std::vector<std::string> NamesIn(const std::string& folder)
-{
-    std::vector<FolderEntry> entries;
-    std::vector<std::string> names;
-    if (ListFolder(folder, entries))
-        for (const FolderEntry& entry : entries)
-            names.push_back(entry.name);
-    return names;
-}
 
 double Median(std::vector<double> values)
 {
@@ -32,12 +22,12 @@ double Median(std::vector<double> values)
 
 TEST(FactoryLibrary, HasADozenBanksOfADozenProgramsWithNamesOfTheirOwn)
 {
-    const std::vector<std::string> banks = NamesIn(kBanks);
+    const std::set<std::string> banks = NamesIn(kBanks);
     EXPECT_GE(banks.size(), 12u);
     std::set<std::string> names;
     std::size_t count = 0;
     for (const std::string& bank : banks) {
-        const std::vector<std::string> programs = NamesIn(kBanks + "/" + bank);
+        const std::set<std::string> programs = NamesIn(kBanks + "/" + bank);
         EXPECT_GE(programs.size(), 12u) << bank;
         for (const std::string& program : programs) {
             EXPECT_LE(program.size(), 18u + std::string(".keldra").size()) << program;

@@ -15,7 +15,7 @@
 namespace keldra::test {
 namespace {
 
-std::vector<std::string> NamesIn(const std::string& path)
+std::vector<std::string> Listed(const std::string& path)
 {
     std::vector<FolderEntry> entries;
     EXPECT_TRUE(ListFolder(path, entries)) << path;
@@ -95,7 +95,7 @@ TEST(Folders, LeaveOutWhatCouldHarmOrHasNoName)
     constexpr auto kThen = static_cast<time_t>(13569465600); // seconds
     const timespec inThe25thCentury[] = {{kThen, 0}, {kThen, 0}};
     ASSERT_EQ(::utimensat(AT_FDCWD, folder.Path("Pad 9.fxp").c_str(), inThe25thCentury, 0), 0);
-    EXPECT_EQ(NamesIn(folder.Path()),
+    EXPECT_EQ(Listed(folder.Path()),
               (std::vector<std::string>{"bank/", "itself/", "linked.fxp", "Pad.bak", "Pad.fxp",
                                         "Pad 9.fxp", "Pad 10.fxp", "Pad-2.fxp"}));
 

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <set>
 #include <stdexcept>
 #include <stdlib.h>
 #include <string>
@@ -44,6 +45,16 @@ public:
 private:
     std::filesystem::path path_;
 };
+
+/// What is in a folder; nothing when it isn't there.
+inline std::set<std::string> NamesIn(const std::string& folder)
+{
+    std::set<std::string> names;
+    std::error_code missing;
+    for (const auto& entry : std::filesystem::directory_iterator(folder, missing))
+        names.insert(entry.path().filename());
+    return names;
+}
 
 /// Content of a file, empty when it isn't there.
 inline std::string Slurp(const std::string& path)

@@ -4,11 +4,9 @@
 #include <atomic>
 #include <chrono>
 #include <cmath>
-#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <gtest/gtest.h>
-#include <iterator>
 #include <malloc.h>
 #include <string>
 #include <thread>
@@ -16,6 +14,7 @@
 
 #include "gui/gallery/GalleryPort.h"
 #include "platform/UiThread.h"
+#include "tests/platform/TemporaryFolder.h"
 #include "tests/platform/window/XHost.h"
 
 namespace keldra {
@@ -223,14 +222,9 @@ long UsedByServer()
     file >> total >> resident;
     return resident * 4;
 }
-long FilesIn(const char* folder)
-{
-    return std::distance(std::filesystem::directory_iterator(folder), {});
-}
 long LinesOf(const char* path)
 {
-    std::ifstream file(path);
-    return static_cast<long>(std::count(std::istreambuf_iterator<char>(file), {}, '\n'));
+    return std::ranges::count(test::Slurp(path), '\n');
 }
 
 TEST_F(EditorWindow, IsOpenedAndClosedAThousandTimesWithoutATrace)
@@ -241,14 +235,16 @@ TEST_F(EditorWindow, IsOpenedAndClosedAThousandTimesWithoutATrace)
     constexpr int kRounds = 500;
 #endif
     CWatchedPort other;
-    long before[5] = {};
+    long before[3] = {};
+    std::size_t filesBefore = 0;
+    std::size_t threadsBefore = 0;
     for (int round = 0; round <= kRounds; ++round) {
         if (round == 100) {
             before[0] = UsedHere();
             before[1] = UsedByServer();
             before[2] = LinesOf("/proc/self/maps");
-            before[3] = FilesIn("/proc/self/fd");
-            before[4] = FilesIn("/proc/self/task");
+            filesBefore = test::NamesIn("/proc/self/fd").size();
+            threadsBefore = test::NamesIn("/proc/self/task").size();
         }
         EXPECT_TRUE(other.Open(host_.Window())); // two at once, the first to go first or last
         port_.Close();
@@ -260,8 +256,8 @@ TEST_F(EditorWindow, IsOpenedAndClosedAThousandTimesWithoutATrace)
     EXPECT_LT(UsedHere() - before[0], 64);
     EXPECT_LT(UsedByServer() - before[1], 1024);
     EXPECT_LE(LinesOf("/proc/self/maps") - before[2], 8);
-    EXPECT_EQ(FilesIn("/proc/self/fd"), before[3]);
-    EXPECT_EQ(FilesIn("/proc/self/task"), before[4]);
+    EXPECT_EQ(test::NamesIn("/proc/self/fd").size(), filesBefore);
+    EXPECT_EQ(test::NamesIn("/proc/self/task").size(), threadsBefore);
     EXPECT_TRUE(Eventually([&] { return host_.PixelAt(Window(), 28, 28) != 0; }));
 }
 
