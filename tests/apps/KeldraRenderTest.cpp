@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <sstream>
 
+#include "tests/Listening.h"
 #include "tests/apps/MidiBytes.h"
 #include "tests/apps/RunProgram.h"
 #include "tests/apps/WavFile.h"
@@ -16,14 +17,6 @@ namespace {
 /// A second of A at 120 beats a minute.
 const std::string kNote = Hex("00 904564 8740 804500");
 const std::string kSong = MidiFile(480, {Track(kNote)});
-
-float PeakOf(const std::vector<float>& samples)
-{
-    float peak = 0.0f;
-    for (const float sample : samples)
-        peak = std::max(peak, std::fabs(sample));
-    return peak;
-}
 
 class KeldraRender : public testing::Test {
 protected:
@@ -119,7 +112,7 @@ TEST_F(KeldraRender, GivesEachChannelWithNotesAnInstanceAndItsEventsAtTheirFrame
     EXPECT_NEAR(wav.left[0], 0.25197, 1e-5);
     EXPECT_NEAR(wav.left[800] - wav.left[799], 0.5, 0.02);
     EXPECT_NEAR(wav.right[800], 0.5 * wav.left[800], 1e-6);
-    EXPECT_EQ(PeakOf({wav.left.begin() + 7200, wav.left.end()}), 0.0f);
+    EXPECT_EQ(Peak({wav.left.begin() + 7200, wav.left.end()}), 0.0f);
 }
 
 TEST_F(KeldraRender, TellsTempoMeterAndTransportAndCutsBlocksWhereTheyChange)
@@ -190,7 +183,7 @@ TEST_F(KeldraRender, LosesNoEventHoweverManyComeAtOnce)
     Play("--block 8192 --format float --set Level=0.01");
     EXPECT_EQ(Log(1, "midi").size(), 10001u + 2u) << "with the two that end a song";
     // All of them sound, a few frames apart.
-    EXPECT_NEAR(PeakOf(Output().left), 0.01 * 10000.0 / 127.0, 0.01);
+    EXPECT_NEAR(Peak(Output().left), 0.01 * 10000.0 / 127.0, 0.01);
 }
 
 TEST_F(KeldraRender, WritesTheFormatsAndLevelsAskedFor)
@@ -220,7 +213,7 @@ TEST_F(KeldraRender, WritesTheFormatsAndLevelsAskedFor)
         EXPECT_EQ(run.err.find("clipped") != std::string::npos, clips) << what << ": " << run.err;
         const Wav wav = Output();
         EXPECT_EQ(wav.format, SF_FORMAT_WAV | format) << what;
-        EXPECT_NEAR(PeakOf(wav.left), peak, tolerance) << what;
+        EXPECT_NEAR(Peak(wav.left), peak, tolerance) << what;
     }
     EXPECT_EQ(Files(), (std::set<std::string>{"log", "loud.mid", "out.wav", "song.mid"}));
 }

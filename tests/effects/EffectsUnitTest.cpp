@@ -2,13 +2,14 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
 #include <gtest/gtest.h>
 #include <limits>
 #include <span>
 #include <vector>
 
 #include "reference/ScalarEffects.h"
+#include "tests/Dice.h"
+#include "tests/Listening.h"
 
 namespace keldra {
 
@@ -16,28 +17,6 @@ namespace {
 
 constexpr float kNaN = std::numeric_limits<float>::quiet_NaN();
 constexpr float kInfinity = std::numeric_limits<float>::infinity();
-
-/// White noise, -1 .. 1, the same in every run.
-class CNoise {
-public:
-    float Next()
-    {
-        state_ = state_ * 1664525u + 1013904223u;
-        return static_cast<float>(state_ >> 8) * 0x1p-23f - 1.0f;
-    }
-    /// Any number from low up to, but not, high.
-    float Between(float low, float high) { return low + (high - low) * (Next() + 1.0f) * 0.5f; }
-    /// 0 .. count - 1
-    int Below(int count) { return static_cast<int>(Between(0.0f, static_cast<float>(count))); }
-    template <typename Value, std::size_t count>
-    Value OneOf(const Value (&values)[count])
-    {
-        return values[Below(static_cast<int>(count))];
-    }
-
-private:
-    std::uint32_t state_ = 1;
-};
 
 void Apply(EffectsUnit& unit, const ScalarEffectSettings& settings)
 {
@@ -63,25 +42,18 @@ constexpr ScalarEffectSettings kEchoes{.delayOn = true, .delayWet = 1.0f};
 struct Block {
     std::vector<float> left, right;
     explicit Block(int frames) : left(static_cast<std::size_t>(frames)), right(left) {}
-    void Fill(CNoise& noise, float amplitude, float offset = 0.0f)
+    void Fill(CDice& dice, float amplitude, float offset = 0.0f)
     {
         for (auto* channel : {&left, &right})
             for (float& sample : *channel)
-                sample = amplitude * noise.Next() + offset;
+                sample = amplitude * dice.Between(-1.0f, 1.0f) + offset;
     }
     template <typename Unit>
     void Through(Unit& unit)
     {
         unit.Process(left.data(), right.data(), static_cast<int>(left.size()));
     }
-    [[nodiscard]] float Peak() const
-    {
-        float peak = 0.0f;
-        for (const auto* channel : {&left, &right})
-            for (const float sample : *channel)
-                peak = std::max(peak, std::fabs(sample));
-        return peak;
-    }
+    [[nodiscard]] float Peak() const { return std::max(keldra::Peak(left), keldra::Peak(right)); }
     [[nodiscard]] float Difference(const Block& other) const
     {
         Block difference = *this;
@@ -128,16 +100,16 @@ TEST(EffectsUnit, SoundsToTheBitLikeThePlainReading)
     };
     constexpr float kNonsense[] = {kNaN, -kNaN, kInfinity, -kInfinity, 3e38f, -1e20f};
     for (const auto& [rates, highestFeedback, tolerance] : kCases) {
-        CNoise noise;
+        CDice dice;
         EffectsUnit unit;
         unit.SetSampleRate(rates[0]);
         ScalarEffects plain(rates[0]);
         ScalarEffectSettings limited;
         double tempo = 120.0;
         const auto setting = [&](float& inLimits) {
-            const float any = noise.Below(8) == 0   ? noise.OneOf(kNonsense)
-                              : noise.Below(8) == 0 ? noise.Between(-3.0f, 3.0f)
-                                                    : noise.Between(0.0f, 1.0f);
+            const float any = dice.OneIn(8)   ? dice.Of(kNonsense)
+                              : dice.OneIn(8) ? dice.Between(-3.0f, 3.0f)
+                                              : dice.Between(0.0f, 1.0f);
             inLimits = std::fmin(std::fmax(any, 0.0f), 1.0f);
             return any;
         };
@@ -150,16 +122,16 @@ TEST(EffectsUnit, SoundsToTheBitLikeThePlainReading)
                 plain = ScalarEffects(rate);
                 plain.Follow(limited, tempo);
                 plain.Reset();
-            } else if (noise.Below(20) == 0) {
+            } else if (dice.OneIn(20)) {
                 unit.Reset();
                 plain.Reset();
             }
             ScalarEffectSettings s;
-            s.delayOn = limited.delayOn = noise.Below(5) != 0;
-            s.chorusOn = limited.chorusOn = noise.Below(5) != 0;
+            s.delayOn = limited.delayOn = !dice.OneIn(5);
+            s.chorusOn = limited.chorusOn = !dice.OneIn(5);
             s.timeLeft = setting(limited.timeLeft);
             s.timeRight = setting(limited.timeRight);
-            s.feedback = limited.feedback = noise.Between(0.0f, highestFeedback);
+            s.feedback = limited.feedback = dice.Between(0.0f, highestFeedback);
             s.modDepth = setting(limited.modDepth);
             s.lowCut = setting(limited.lowCut);
             s.highCut = setting(limited.highCut);
@@ -168,17 +140,17 @@ TEST(EffectsUnit, SoundsToTheBitLikeThePlainReading)
             s.chorusDepth = setting(limited.chorusDepth);
             s.chorusWet = setting(limited.chorusWet);
             Apply(unit, s);
-            tempo = static_cast<double>(
-                noise.OneOf({noise.Between(5.0f, 100.0f), noise.Between(100.0f, 3000.0f)}));
+            tempo = static_cast<double>(dice.OneIn(2) ? dice.Between(5.0f, 100.0f)
+                                                      : dice.Between(100.0f, 3000.0f));
             for (const double bpm : {0.0, tempo, -120.0, static_cast<double>(kNaN), HUGE_VAL})
                 unit.SetTempo(bpm);
             plain.Follow(limited, tempo);
-            for (int blocks = noise.Below(80); blocks >= 0; --blocks) {
-                Block block(1 + noise.Below(100));
-                block.Fill(noise, 0.5f);
+            for (int blocks = dice.UpTo(79); blocks >= 0; --blocks) {
+                Block block(1 + dice.UpTo(99));
+                block.Fill(dice, 0.5f);
                 Block same = block;
-                if (noise.Below(20) == 0) {
-                    block.left[0] = block.right.back() = noise.OneOf(kNonsense);
+                if (dice.OneIn(20)) {
+                    block.left[0] = block.right.back() = dice.Of(kNonsense);
                     same.left[0] = same.right.back() = 0.0f;
                 }
                 block.Through(unit);
@@ -244,7 +216,7 @@ TEST(EffectsUnit, FallsSilentInsteadOfMurmuringAndGoesOnAsIfNothingHadHappened)
         Apply(unit, settings);
         unit.SetTempo(480.0);
         plain.Follow(settings, 480.0);
-        CNoise noise;
+        CDice dice;
         for (int pass = 0; pass < 3; ++pass) {
             if (pass == 2) {
                 unit.Reset();
@@ -254,7 +226,7 @@ TEST(EffectsUnit, FallsSilentInsteadOfMurmuringAndGoesOnAsIfNothingHadHappened)
             for (int i = 0; i < 15000; ++i) { // a second of noise, 19 of silence
                 Block block(64);
                 if (i < 800 && (pass == 0 || i >= 3)) // else on an erased tape, after silence
-                    block.Fill(noise, 0.5f);
+                    block.Fill(dice, 0.5f);
                 if (i == 14999) { // the tape is on its way to another speed when the noise comes
                     settings.timeLeft = 0.2f;
                     Apply(unit, settings);
@@ -313,9 +285,9 @@ TEST(EffectsUnit, DiesAwayAtFullFeedbackWhateverTheCutsAndRate)
                 settings.highCut = highCut;
                 Apply(unit, settings);
                 unit.SetTempo(4000.0); // laps of 3.75 ms, so that many go by
-                CNoise noise;
+                CDice dice;
                 Block loud(static_cast<int>(0.1 * rate));
-                loud.Fill(noise, 1.0f, 0.3f); // with some of the lowest frequency
+                loud.Fill(dice, 1.0f, 0.3f); // with some of the lowest frequency
                 loud.Through(unit.Delay());
                 // 0.99 a lap: -180 dB after 2060 of them. What is dropped at the end is inaudible.
                 float last = 0.0f;
@@ -363,22 +335,22 @@ TEST(TapeDelay, PlaysToTheBitWhatTwoBuffersWouldHoweverTimeAndDepthJump)
         line.SetModRate(modHz, 48000.0);
         plain.lfoIncrement = modHz / 48000.0;
 
-        CNoise noise;
+        CDice dice;
         int differences = 0;
         for (int done = 0; done < samples;) {
-            const float time = noise.Between(0.0f, 1.0f);
-            const float depth = noise.Between(0.0f, 1.0f);
-            if (noise.Below(3) == 0) { // often, but long enough for a lap now and then
+            const float time = dice.Between(0.0f, 1.0f);
+            const float depth = dice.Between(0.0f, 1.0f);
+            if (dice.OneIn(3)) { // often, but long enough for a lap now and then
                 line.SetTime(time * time);
                 plain.SetTime(static_cast<double>(time * time));
                 line.SetDepth(depth);
                 plain.depth = depth;
             }
-            std::vector<float> input(static_cast<std::size_t>(1 + noise.Below(400)));
+            std::vector<float> input(static_cast<std::size_t>(1 + dice.UpTo(399)));
             for (float& sample : input)
-                sample = noise.Next();
+                sample = dice.Between(-1.0f, 1.0f);
             std::vector<float> output(input.size());
-            Send(line, input, output, noise.Below(4) != 0);
+            Send(line, input, output, !dice.OneIn(4));
             for (std::size_t i = 0; i < input.size(); ++i)
                 differences += plain.Process(input[i]) != output[i];
             done += static_cast<int>(input.size());

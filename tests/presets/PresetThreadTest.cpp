@@ -8,6 +8,7 @@
 #include <span>
 #include <thread>
 
+#include "tests/Dice.h"
 #include "tests/presets/PresetRig.h"
 
 namespace {
@@ -135,14 +136,12 @@ TEST(PresetThread, MidiAndEditorChooseAtTheSameTime)
     std::atomic<bool> stop{false};
     std::atomic<int> mixtures{0};
     std::thread processing([&] {
-        unsigned random = 1;
+        CDice dice;
         while (!stop) {
-            random = random * 196314165u + 907633515u;
-            const int choice = static_cast<int>(random >> 24);
-            if (choice % 4 == 0)
-                rig.Midi(0xB0, 32, choice / 4 % 2);
+            if (dice.OneIn(4))
+                rig.Midi(0xB0, 32, dice.UpTo(1));
             else
-                rig.Midi(0xC0, choice / 4 % 8, 0);
+                rig.Midi(0xC0, dice.UpTo(7), 0);
             // What the engine follows, between two operations of its own thread.
             const auto& applied = rig.renderer->applied;
             if (std::set<float>(applied.begin(), applied.end()).size() != 1)

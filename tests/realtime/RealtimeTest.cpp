@@ -5,7 +5,6 @@
 #include <gtest/gtest.h>
 #include <memory>
 #include <mutex>
-#include <random>
 #include <string>
 #include <sys/resource.h>
 #include <thread>
@@ -13,6 +12,7 @@
 
 #include "apps/host/VstHost.h"
 #include "frame/ParameterTable.h"
+#include "tests/Dice.h"
 #include "tests/native/NativeHost.h"
 #include "tests/native/ScriptedStream.h"
 #include "tests/realtime/CallCounter.h"
@@ -73,21 +73,20 @@ void RenderWatched(vst::CVstHost& host)
 /// Renders blocks full of messages of all kinds.
 void PlayDenseEvents(vst::CVstHost& host, int blocks)
 {
-    std::mt19937 random(1);
-    const auto pick = [&](int count) { return static_cast<int>(random() % unsigned(count)); };
+    CDice dice;
     CCallCounter::Forget();
     for (int block = 0; block < blocks; ++block) {
         vst::HostTransport transport;
         transport.playing = block % 2 == 0;
-        transport.tempoBpm = 60.0 + pick(200);
+        transport.tempoBpm = 60.0 + dice.UpTo(199);
         transport.quarterNotes = block * 0.1;
         if (block % 50 == 0)
             host.SetTransport(transport);
         int frame = 0;
         for (int i = 0; i < 40; ++i) {
-            frame = std::min(frame + pick(24), kBlockFrames - 1);
+            frame = std::min(frame + dice.UpTo(23), kBlockFrames - 1);
             constexpr int kStatuses[] = {0x90, 0x90, 0x80, 0xB0, 0xB0, 0xE0, 0xA0, 0xC0, 0xD0};
-            Send(host, frame, kStatuses[pick(9)] | pick(16), pick(128), pick(128));
+            Send(host, frame, dice.Of(kStatuses) | dice.UpTo(15), dice.UpTo(127), dice.UpTo(127));
         }
         if (block % 64 == 63)
             Send(host, frame, 0xB0, 123, 0);
@@ -188,23 +187,22 @@ TEST(Realtime, NothingIsAllocatedOrWaitedForByTheVoicesOfANativeHost)
 
     std::vector<float> buffer(2 * kBlockFrames);
     std::array<ScriptedVoice, 16> voices;
-    std::mt19937 random(1);
-    const auto pick = [&](int count) { return static_cast<int>(random() % unsigned(count)); };
+    CDice dice;
     const auto play = [&](int blocks) {
         for (int block = 0; block < blocks; ++block) {
             std::ranges::fill(buffer, 0.0f);
             const CCallCounter watch;
             for (int i = 0; i < 8; ++i) {
-                ScriptedVoice& voice = voices[static_cast<std::size_t>(pick(16))];
-                voice.initialPitch = voice.pitch = static_cast<float>(pick(12800));
-                voice.cutoffOffset = static_cast<float>(pick(100)) * 0.01f;
+                ScriptedVoice& voice = voices[static_cast<std::size_t>(dice.UpTo(15))];
+                voice.initialPitch = voice.pitch = static_cast<float>(dice.UpTo(12799));
+                voice.cutoffOffset = static_cast<float>(dice.UpTo(99)) * 0.01f;
                 host.Start(voice, i);
-                host.Exchange(74 + pick(129), pick(257), 1);
-                host.Exchange(pick(74), pick(257), 1);
-                host.Release(pick(128));
-                host.Kill(pick(128));
+                host.Exchange(74 + dice.UpTo(128), dice.UpTo(256), 1);
+                host.Exchange(dice.UpTo(73), dice.UpTo(256), 1);
+                host.Release(dice.UpTo(127));
+                host.Kill(dice.UpTo(127));
             }
-            host.Command(12, pick(2));
+            host.Command(12, dice.UpTo(1));
             host.Render(buffer);
         }
     };

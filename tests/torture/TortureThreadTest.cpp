@@ -9,12 +9,13 @@
 #include <filesystem>
 #include <gtest/gtest.h>
 #include <malloc.h>
-#include <random>
 #include <shared_mutex>
 #include <thread>
 
 #include "apps/host/VstHost.h"
 #include "editor/PanelTable.h"
+#include "tests/Dice.h"
+#include "tests/Listening.h"
 #include "tests/editor/panel/Machine.h"
 #include "tests/platform/window/XHost.h"
 
@@ -50,22 +51,6 @@ Plan PlanFromEnvironment()
     EXPECT_EQ(read, 4);
     return plan;
 }
-
-class CDice {
-public:
-    explicit CDice(unsigned seed) : random_(seed) {}
-    int UpTo(int most) { return static_cast<int>(random_() % static_cast<unsigned>(most + 1)); }
-    bool OneIn(int count) { return UpTo(count - 1) == 0; }
-    float Value() { return static_cast<float>(UpTo(1000)) / 1000.0f; }
-    template <typename List>
-    auto Of(const List& list)
-    {
-        return list[static_cast<std::size_t>(UpTo(static_cast<int>(std::size(list)) - 1))];
-    }
-
-private:
-    std::minstd_rand random_;
-};
 
 /// Bytes that the program has taken and not given back.
 std::size_t MemoryInUse()
@@ -278,7 +263,7 @@ private:
         if (index == kAmpRelease) // ten seconds of it, many times over, would be all the test does
             return;
         constexpr float kValues[] = {NAN, -1.0f, 1e30f, 64.0f};
-        host_->SetParameter(index, dice.OneIn(30) ? dice.Of(kValues) : dice.Value());
+        host_->SetParameter(index, dice.OneIn(30) ? dice.Of(kValues) : dice.Between(0.0f, 1.0f));
     }
     void Midi(int frame, int status, int data1, int data2)
     {
@@ -291,13 +276,10 @@ private:
     {
         float* outputs[] = {left_.data(), right_.data()};
         host_->Render(outputs, frames);
-        float peak = 0.0f;
-        for (const auto* channel : {&left_, &right_})
-            for (int i = 0; i < frames; ++i) {
-                const float sample = std::fabs((*channel)[static_cast<std::size_t>(i)]);
-                EXPECT_TRUE(std::isfinite(sample));
-                peak = std::fmax(peak, sample);
-            }
+        const auto count = static_cast<std::size_t>(frames);
+        const float peak =
+            std::max(Peak(std::span(left_).first(count)), Peak(std::span(right_).first(count)));
+        EXPECT_TRUE(std::isfinite(peak));
         return peak;
     }
 

@@ -1,8 +1,9 @@
 #include <cstdlib>
 #include <gtest/gtest.h>
-#include <random>
 #include <string_view>
 
+#include "tests/Dice.h"
+#include "tests/Listening.h"
 #include "tests/voice/VoiceRig.h"
 #include "voice/VoiceRender.h"
 #include "voice/kernel/VoiceKernels.h"
@@ -27,21 +28,6 @@ std::vector<const VoiceKernel*> KernelsOfThisMachine()
             kernels.push_back(&kernel);
     return kernels;
 }
-
-/// What is by chance, the same in every run.
-class CDice {
-public:
-    explicit CDice(unsigned seed) : random_(seed) {}
-    int UpTo(int most) { return static_cast<int>(random_() % static_cast<unsigned>(most + 1)); }
-    bool OneIn(int count) { return UpTo(count - 1) == 0; }
-    float Between(float low, float high)
-    {
-        return low + (high - low) * static_cast<float>(UpTo(1000)) / 1000.0f;
-    }
-
-private:
-    std::mt19937 random_;
-};
 
 /// Any waveforms, filter, routes, tuning and host's tables. Only a filter that oscillates by itself
 /// is left out: two plain readings, one compiled with fused multiply-adds, part within half a

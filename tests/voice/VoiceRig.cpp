@@ -140,14 +140,6 @@ StereoSound CVoiceRig::RenderTwins(int samples)
         });
 }
 
-double Rms(std::span<const float> sound)
-{
-    double sum = 0.0;
-    for (const float sample : sound)
-        sum += static_cast<double>(sample) * sample;
-    return std::sqrt(sum / static_cast<double>(sound.size()));
-}
-
 double ErrorDb(const StereoSound& sound, const StereoSound& truth)
 {
     double error = 0.0;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <memory>
-#include <span>
 #include <vector>
 
 #include "reference/ScalarVoice.h"
@@ -55,7 +54,6 @@ private:
     std::vector<std::unique_ptr<ScalarVoice>> twins_;
 };
 
-[[nodiscard]] double Rms(std::span<const float> sound);
 /// Of the difference, relative to `truth`.
 [[nodiscard]] double ErrorDb(const StereoSound& sound, const StereoSound& truth);
 

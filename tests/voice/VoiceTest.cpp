@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 #include <limits>
 
+#include "tests/Listening.h"
 #include "tests/voice/VoiceRig.h"
 
 namespace keldra {

@@ -4,12 +4,12 @@
 #include <filesystem>
 #include <functional>
 #include <numbers>
-#include <random>
 
 #include "editor/PresetListAboutBox.h"
 #include "editor/PresetListEditor.h"
 #include "gui/ControlList.h"
 #include "platform/UiThread.h"
+#include "tests/Dice.h"
 #include "tests/editor/panel/PanelRig.h"
 #include "tests/gui/Golden.h"
 #include "tests/gui/Tga.h"
@@ -480,21 +480,18 @@ TEST(PanelSkin, IsGreyWithoutAnImageAndEverythingElseLives)
 // Somebody paints a skin of their own, and changes it while the window is open.
 TEST(PanelSkin, IsOpenedAndUsedWithPicturesOfAnySize)
 {
-    std::minstd_rand random(1);
-    const auto upTo = [&](int most) {
-        return static_cast<int>(random() % static_cast<unsigned>(most + 1));
-    };
+    CDice dice;
     const CMachine machine;
     machine.CopySkin();
     const auto change = [&] {
         for (const SkinImageRow& row : kSkinImages) {
-            const int sizes[] = {1, 2, 127, 128, row.Width(), row.Height(), upTo(2000)};
-            const PixelSize size{sizes[upTo(6)], sizes[upTo(6)]};
-            const int depth = upTo(1) == 0 ? 24 : 32;
+            const int sizes[] = {1, 2, 127, 128, row.Width(), row.Height(), dice.UpTo(2000)};
+            const PixelSize size{dice.Of(sizes), dice.Of(sizes)};
+            const int depth = dice.OneIn(2) ? 24 : 32;
             std::string file = TgaHeader(size, depth);
             file.append(static_cast<std::size_t>(size.width * size.height * depth / 8), '\x60');
-            if (upTo(9) == 0)
-                file.resize(static_cast<std::size_t>(18 + upTo(40)));
+            if (dice.OneIn(10))
+                file.resize(static_cast<std::size_t>(18 + dice.UpTo(40)));
             machine.Write("root/Skin/" + std::string(row.file), file);
         }
     };
@@ -503,14 +500,14 @@ TEST(PanelSkin, IsOpenedAndUsedWithPicturesOfAnySize)
         CPanelRig rig;
         for (int opened = 0; opened < 2 && !HasFailure(); ++opened) {
             for (int i = 0; i < 50; ++i) {
-                const PanelRect& rect =
-                    kPanelControls[static_cast<std::size_t>(upTo(kPanelControls.size() - 1))].rect;
-                rig.window->MoveTo({rect.x + upTo(rect.width), rect.y + upTo(rect.height)});
+                const PanelRect rect = dice.Of(kPanelControls).rect;
+                rig.window->MoveTo(
+                    {rect.x + dice.UpTo(rect.width), rect.y + dice.UpTo(rect.height)});
                 rig.window->Press();
-                rig.window->MoveBy(upTo(40) - 20, upTo(40) - 20);
+                rig.window->MoveBy(dice.UpTo(40) - 20, dice.UpTo(40) - 20);
                 rig.window->Tick(1);
                 rig.window->Release();
-                rig.window->Wheel(static_cast<float>(upTo(2) - 1));
+                rig.window->Wheel(static_cast<float>(dice.UpTo(2) - 1));
             }
             rig.ClickAt({40, 15}); // the about box
             rig.ClickAt({40, 15});

@@ -1,14 +1,13 @@
 #include <algorithm>
-#include <cmath>
 #include <cstdlib>
 #include <cstring>
 #include <dlfcn.h>
 #include <gtest/gtest.h>
-#include <limits>
 #include <vector>
 
 #include "frame/ParameterTable.h"
 #include "hosts/vst/VstInterface.h"
+#include "tests/Listening.h"
 #include "tests/native/NativeHost.h"
 #include "tests/native/ScriptedStream.h"
 
@@ -57,9 +56,7 @@ float Peak(CScriptedHost& host, int blocks)
     for (int block = 0; block < blocks; ++block) {
         std::vector<float> buffer(2 * kBlock);
         host.Render(buffer);
-        for (const float sample : buffer)
-            peak = std::isfinite(sample) ? std::max(peak, std::fabs(sample))
-                                         : std::numeric_limits<float>::infinity();
+        peak = std::max(peak, keldra::Peak(buffer));
     }
     return peak;
 }
