@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdlib>
 #include <fuzzer/FuzzedDataProvider.h>
+#include <iterator>
 #include <limits>
 #include <span>
 
@@ -18,6 +19,11 @@ public:
     [[nodiscard]] int Byte() { return ConsumeIntegral<std::uint8_t>(); }
     [[nodiscard]] int UpTo(int most) { return ConsumeIntegralInRange(0, most); }
     [[nodiscard]] bool OneIn(int count) { return UpTo(count - 1) == 0; }
+    template <typename List>
+    auto Of(const List& list)
+    {
+        return std::begin(list)[ConsumeIntegralInRange<std::size_t>(0, std::size(list) - 1)];
+    }
     /// Most often a byte, else what no index, length or handle should be.
     [[nodiscard]] std::int32_t AnyInt()
     {

@@ -1,12 +1,12 @@
 #pragma once
 
-#include <cstdlib>
 #include <string>
 #include <vector>
 
 #include "editor/SkinImages.h"
 #include "frame/ParameterTable.h"
 #include "frame/StateBlock.h"
+#include "tests/gui/Tga.h"
 #include "tests/platform/TemporaryFolder.h"
 
 namespace keldra::fuzz {
@@ -17,12 +17,10 @@ class CMachine {
 public:
     CMachine()
     {
-        folder_.Write("config/tallowen/settings",
-                      "[Software\\Tallowen\\Keldra]\nrootFolder = " + folder_.Path("root") + "\n");
-        setenv("XDG_CONFIG_HOME", folder_.Path("config").c_str(), 1);
-        setenv("XDG_CONFIG_DIRS", folder_.Path("none").c_str(), 1);
+        test::NameRootFolder(folder_);
         for (const SkinImageRow& row : kSkinImages)
-            folder_.Write("root/Skin/" + std::string(row.file), PlainImage(row));
+            folder_.Write("root/Skin/" + std::string(row.file),
+                          test::PlainTga({row.Height(), row.Width()}, row.bitsPerPixel));
         for (int i = 0; i < 12; ++i)
             folder_.Write("root/Banks/Bank " + std::to_string(i % 2) + "/Program " +
                               std::to_string(i) + ".fxp",
@@ -34,19 +32,6 @@ public:
     }
 
 private:
-    static std::string PlainImage(const SkinImageRow& row)
-    {
-        const int bytes = row.bitsPerPixel / 8;
-        std::string file(18, '\0');
-        file[2] = 2; // colours, not packed
-        for (const auto& [at, number] : {std::pair(12, row.Width()), std::pair(14, row.Height())}) {
-            file[static_cast<std::size_t>(at)] = static_cast<char>(number & 0xFF);
-            file[static_cast<std::size_t>(at + 1)] = static_cast<char>(number >> 8);
-        }
-        file[16] = static_cast<char>(row.bitsPerPixel);
-        file.append(static_cast<std::size_t>(bytes * row.Width() * row.Height()), '\x60');
-        return file;
-    }
     /// Each with another value in each place: parameters between their ends, links, settings. But
     /// for the release, which nothing makes longer than 15 ms.
     static std::string Program(int number)

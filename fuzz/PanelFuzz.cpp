@@ -4,12 +4,12 @@
 
 #include <string>
 
-#include "editor/PanelTable.h"
 #include "fuzz/HostileVstHost.h"
 #include "fuzz/Machine.h"
 #include "hosts/module/VstPluginMain.cpp"
 #include "platform/headless/HeadlessWindow.h"
 #include "platform/headless/ScriptedFileDialogs.h"
+#include "tests/editor/panel/AnyUser.h"
 
 using namespace keldra;
 using namespace keldra::vst;
@@ -31,8 +31,8 @@ public:
             const int step = input_.UpTo(19);
             if (window == nullptr || (step == 0 && input_.OneIn(4)))
                 DoAsHost();
-            else
-                DoAsUser(step, *window);
+            else if (!DoAnything(*window, input_, step))
+                DoSomethingRare(*window);
         }
         fuzz::ResetEffect(*effect_);
     }
@@ -42,50 +42,11 @@ private:
     {
         effect_->dispatcher(effect_, opcode, 0, 0, reinterpret_cast<void*>(7), 0.0f);
     }
-    /// Half of the time the middle of a control.
-    PixelPoint Somewhere()
-    {
-        if (input_.ConsumeBool())
-            return {input_.Byte() * 4 - 80, input_.Byte() * 3 - 100};
-        const auto& rect =
-            kPanelControls[static_cast<std::size_t>(input_.Byte()) % std::size(kPanelControls)]
-                .rect;
-        return {rect.x + rect.width / 2, rect.y + rect.height / 2};
-    }
-    void DoAsUser(int step, CHeadlessWindow& window)
-    {
-        constexpr auto kLeft = EMouseButton::Left;
-        const auto button = input_.PickValueInArray(
-            {kLeft, kLeft, kLeft, EMouseButton::Right, EMouseButton::Middle});
-        const auto modifiers = static_cast<unsigned>(input_.UpTo(7));
-        const int some = input_.Byte();
-        if (step < 6) {
-            window.MoveTo(Somewhere());
-            window.Press(button, modifiers);
-        } else if (step < 8) {
-            window.Release(button);
-        } else if (step < 9) {
-            window.PressAgain(button, modifiers);
-        } else if (step < 12) {
-            window.Hold(modifiers);
-            window.MoveBy(some - 128, input_.Byte() - 128);
-        } else if (step < 14) {
-            window.Wheel(static_cast<float>(some - 128) / 4.0f, modifiers, input_.OneIn(4));
-        } else if (step < 17) {
-            static_cast<void>(
-                window.Key(input_.PickValueInArray({some, kKeyEnter + some % 13, some << 8, -some}),
-                           !input_.OneIn(4)));
-        } else if (step < 18) {
-            window.Tick(some % 40);
-        } else {
-            DoSomethingRare(window);
-        }
-    }
     void DoSomethingRare(CHeadlessWindow& window)
     {
         using EState = CFileDialog::EState;
         const std::string program = machine_.Path("Banks/Bank 0/Program 2.fxp");
-        const PixelPoint at = Somewhere();
+        const PixelPoint at = Somewhere(input_);
         switch (input_.UpTo(6)) {
         case 0:
             return window.Drop(input_.PickValueInArray({program, program + "x", std::string()}),

@@ -21,4 +21,11 @@ inline std::string TgaHeader(PixelSize size, int depth)
     return bytes;
 }
 
+/// A whole picture, all of one grey.
+inline std::string PlainTga(PixelSize size, int depth)
+{
+    const auto bytes = static_cast<std::size_t>(size.width * size.height * depth / 8);
+    return TgaHeader(size, depth).append(bytes, '\x60');
+}
+
 } // namespace keldra::test

@@ -46,6 +46,15 @@ private:
     std::filesystem::path path_;
 };
 
+/// Makes root/ of a folder the root folder that this user's settings name, and hides the machine's.
+inline void NameRootFolder(const CTemporaryFolder& folder)
+{
+    folder.Write("config/tallowen/settings",
+                 "[Software\\Tallowen\\Keldra]\nrootFolder = " + folder.Path("root"));
+    ::setenv("XDG_CONFIG_HOME", folder.Path("config").c_str(), 1);
+    ::setenv("XDG_CONFIG_DIRS", folder.Path("none").c_str(), 1);
+}
+
 /// What is in a folder; nothing when it isn't there.
 inline std::set<std::string> NamesIn(const std::string& folder)
 {

@@ -19,10 +19,7 @@ class CMachine {
 public:
     CMachine()
     {
-        folder_.Write("config/tallowen/settings",
-                      "[Software\\Tallowen\\Keldra]\nrootFolder = " + folder_.Path("root"));
-        setenv("XDG_CONFIG_HOME", folder_.Path("config").c_str(), 1);
-        setenv("XDG_CONFIG_DIRS", folder_.Path("none").c_str(), 1);
+        NameRootFolder(folder_);
         WriteProgram("root/Banks/Alpha/One.keldra", 1.0f);
         WriteProgram("root/Banks/Alpha/Two.keldra", 0.25f);
         WriteProgram("root/Banks/Beta/Three.keldra", 0.375f);

@@ -1,8 +1,9 @@
 // Gestures as a host counts them, typed values, and the file chooser of the toolkit's own.
 
-#include <functional>
 #include <sstream>
 
+#include "tests/Dice.h"
+#include "tests/editor/panel/AnyUser.h"
 #include "tests/editor/panel/PanelRig.h"
 
 namespace keldra::test {
@@ -32,6 +33,24 @@ protected:
     {
         for (const char c : text)
             Window().Key(c == '\n' ? static_cast<int>(kKeyEnter) : c);
+    }
+    void DoSomethingRare(CDice& dice)
+    {
+        switch (dice.UpTo(11)) {
+        case 0:
+            return Window().LoseCapture();
+        case 1:
+            return Window().Focus(dice.OneIn(2));
+        case 2:
+            if (dice.OneIn(2))
+                Window().Lose();
+            rig_.host->CloseEditor();
+            Count();
+            EXPECT_EQ(held_, -1);
+            return rig_.Open();
+        default:
+            rig_.host->SetParameter(dice.UpTo(kHostParameterCount - 1), dice.Between(0.0f, 1.0f));
+        }
     }
     /// Reads what the host was told: no begin inside a begin, no value and no end outside of one.
     void Count()
@@ -93,53 +112,11 @@ TEST_F(PanelGestures, TakeATypedValueByItsText)
 
 TEST_F(PanelGestures, AreBalancedInRandomSessions)
 {
-    std::uint32_t random = 2222;
-    const auto next = [&random](int limit) {
-        random = random * 196314165u + 907633515u;
-        return static_cast<int>((random >> 8) % static_cast<std::uint32_t>(limit));
-    };
-    constexpr unsigned kHeld[] = {0, 0, 0, kModifierCtrl, kModifierShift, kModifierAlt};
-    unsigned modifiers = 0;
-    EMouseButton button = EMouseButton::Left;
-    const std::function<void()> kActs[] = {
-        // Below the program's menu, whose commands are no gestures.
-        [&] {
-            Window().MoveTo({next(kPanelWidth), 135 + next(kPanelHeight - 135)});
-        },
-        [&] { PointAt(next(kHostParameterCount)); },
-        [&] { Window().Press(button, modifiers); },
-        [&] { Window().PressAgain(button, modifiers); },
-        [&] { Window().Release(button); },
-        [&] { Window().Release(button); },
-        [&] { Window().Hold(modifiers); },
-        [&] { Window().MoveBy(next(60) - 30, next(60) - 30); },
-        [&] { Window().Wheel(static_cast<float>(next(9) - 4) * 0.5f, modifiers, next(5) == 0); },
-        [&] { Type(next(2) == 0 ? "\n3\n" : "7\n"); },
-        [&] { Window().Key(kKeyEscape); },
-        [&] { Window().Tick(next(4)); },
-        [&] {
-            rig_.host->SetParameter(next(kHostParameterCount), static_cast<float>(next(9)) / 8);
-        },
-    };
-    const std::function<void()> kRareActs[] = {
-        [&] { Window().LoseCapture(); },
-        [&] { Window().Focus(next(2) == 0); },
-        [&] {
-            if (next(2) == 0)
-                Window().Lose();
-            rig_.host->CloseEditor();
-            Count();
-            EXPECT_EQ(held_, -1);
-            rig_.Open();
-        },
-    };
+    constexpr int kTop = 135; // below the program's menu, whose commands are no gestures
+    CDice dice;
     for (int step = 0; step < kSteps; ++step) {
-        modifiers = kHeld[next(6)];
-        button = static_cast<EMouseButton>(next(10) < 7 ? 0 : next(3));
-        if (next(60) == 0)
-            kRareActs[next(3)]();
-        else
-            kActs[next(static_cast<int>(std::size(kActs)))]();
+        if (!DoAnything(Window(), dice, dice.UpTo(18), kTop))
+            DoSomethingRare(dice);
         Count();
         ASSERT_FALSE(HasFailure()) << step;
     }

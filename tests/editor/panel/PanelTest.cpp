@@ -487,9 +487,7 @@ TEST(PanelSkin, IsOpenedAndUsedWithPicturesOfAnySize)
         for (const SkinImageRow& row : kSkinImages) {
             const int sizes[] = {1, 2, 127, 128, row.Width(), row.Height(), dice.UpTo(2000)};
             const PixelSize size{dice.Of(sizes), dice.Of(sizes)};
-            const int depth = dice.OneIn(2) ? 24 : 32;
-            std::string file = TgaHeader(size, depth);
-            file.append(static_cast<std::size_t>(size.width * size.height * depth / 8), '\x60');
+            std::string file = PlainTga(size, dice.OneIn(2) ? 24 : 32);
             if (dice.OneIn(10))
                 file.resize(static_cast<std::size_t>(18 + dice.UpTo(40)));
             machine.Write("root/Skin/" + std::string(row.file), file);
