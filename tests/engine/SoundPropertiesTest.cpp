@@ -5,11 +5,12 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <filesystem>
 #include <gtest/gtest.h>
 #include <numeric>
-#include <random>
 
+#include "tests/Dice.h"
+#include "tests/Listening.h"
+#include "tests/apps/RunProgram.h"
 #include "tests/engine/SynthRig.h"
 #include "tests/frame/TestRenderer.h"
 
@@ -25,32 +26,32 @@ constexpr int kSongFrames = 12000;
 
 class CSong {
 public:
-    explicit CSong(unsigned number) : random_(number + 1)
+    explicit CSong(unsigned number) : dice_(number + 1)
     {
         for (int i = 0; i < kHostParameterCount; ++i)
-            rig_.synth.SetParameter(i, static_cast<float>(UpTo(100)) / 100.0f);
+            rig_.synth.SetParameter(i, static_cast<float>(dice_.UpTo(100)) / 100.0f);
         // Not minutes of echoes, not seconds of release.
-        rig_.synth.SetParameter(kDelayFeedback, static_cast<float>(UpTo(20)) / 100.0f);
-        rig_.synth.SetParameter(kAmpRelease, static_cast<float>(UpTo(40)) / 100.0f);
-        rig_.synth.SetParameter(kUnisonVoices, static_cast<float>(UpTo(5)));
-        rig_.synth.SetParameter(kPolyphony, static_cast<float>(UpTo(63)));
-        rig_.synth.SetParameter(kFirstControllerLink + UpTo(kAmpRelease - 1), 16.0f);
+        rig_.synth.SetParameter(kDelayFeedback, static_cast<float>(dice_.UpTo(20)) / 100.0f);
+        rig_.synth.SetParameter(kAmpRelease, static_cast<float>(dice_.UpTo(40)) / 100.0f);
+        rig_.synth.SetParameter(kUnisonVoices, static_cast<float>(dice_.UpTo(5)));
+        rig_.synth.SetParameter(kPolyphony, static_cast<float>(dice_.UpTo(63)));
+        rig_.synth.SetParameter(kFirstControllerLink + dice_.UpTo(kAmpRelease - 1), 16.0f);
         rig_.Settle();
     }
     std::vector<float> Play()
     {
         std::vector<float> sound;
         while (sound.size() < 2 * kSongFrames) {
-            for (int i = UpTo(5), time = 0; i > 0; --i) {
+            for (int i = dice_.UpTo(5), time = 0; i > 0; --i) {
                 constexpr std::uint8_t kStatuses[] = {0x90, 0x90, 0x90, 0x80, 0xB0, 0xE0};
-                const int data1 = UpTo(127);
+                const int data1 = dice_.UpTo(127);
                 if (EventNode* const node =
-                        rig_.synth.AddEvent(static_cast<std::uint32_t>(time += UpTo(100)), 4))
-                    node->message = {kStatuses[UpTo(5)], static_cast<std::uint8_t>(data1),
-                                     static_cast<std::uint8_t>(UpTo(127)), 0};
+                        rig_.synth.AddEvent(static_cast<std::uint32_t>(time += dice_.UpTo(100)), 4))
+                    node->message = {dice_.Of(kStatuses), static_cast<std::uint8_t>(data1),
+                                     static_cast<std::uint8_t>(dice_.UpTo(127)), 0};
             }
             constexpr int kBlocks[] = {1, 17, 64, 128, 500, 2000};
-            const int frames = kBlocks[UpTo(5)];
+            const int frames = dice_.Of(kBlocks);
             const Stereo out = rig_.Render(frames, frames);
             sound.insert(sound.end(), out.left.begin(), out.left.end());
             sound.insert(sound.end(), out.right.begin(), out.right.end());
@@ -73,10 +74,8 @@ public:
     }
 
 private:
-    int UpTo(int most) { return static_cast<int>(random_() % static_cast<unsigned>(most + 1)); }
-
     CSynthRig rig_;
-    std::minstd_rand random_;
+    CDice dice_;
 };
 
 } // namespace
@@ -90,8 +89,7 @@ TEST(SoundProperties, EverySongIsFiniteRepeatsItselfAndEndsInSilence)
         SeedAsLoaded();
         CSong song(number);
         const std::vector<float> sound = song.Play();
-        const auto finite = [](float x) { return std::isfinite(x); };
-        EXPECT_TRUE(std::all_of(sound.begin(), sound.end(), finite)) << number;
+        EXPECT_TRUE(std::isfinite(Peak(sound))) << number;
         EXPECT_EQ(song.SoundingAfterTheEnd(), 0) << number;
         SeedAsLoaded();
         EXPECT_EQ(CSong(number).Play(), sound) << number;
@@ -114,17 +112,10 @@ TEST(SoundProperties, ASongSoundsTheSameInAFreshProcess)
     CSong(2).Play(); // whatever it leaves behind
     SeedAsLoaded();
     const std::string expected = "\nhash " + hashOf(CSong(3).Play()) + "\n";
-    setenv(kChild, "1", 1);
-    std::FILE* const child =
-        popen(("exec " + std::filesystem::read_symlink("/proc/self/exe").string() +
-               " --gtest_filter=*InAFreshProcess")
-                  .c_str(),
-              "r");
-    unsetenv(kChild);
-    ASSERT_NE(child, nullptr);
-    std::string said(4096, '\0');
-    said.resize(std::fread(said.data(), 1, said.size(), child));
-    pclose(child);
+    CRunningProgram::Setup fresh;
+    fresh.environment = {std::string(kChild) + "=1"};
+    const std::string said =
+        CRunningProgram({"/proc/self/exe", "--gtest_filter=*InAFreshProcess"}, fresh).Wait().out;
     EXPECT_NE(said.find(expected), std::string::npos) << said;
 }
 

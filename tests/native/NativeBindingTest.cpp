@@ -14,6 +14,7 @@
 #include "tests/frame/TestRenderer.h"
 #include "tests/hosts/PluginFakes.h"
 #include "tests/native/NativeHost.h"
+#include "tests/native/ScriptedStream.h"
 
 namespace keldra::test {
 
@@ -606,7 +607,7 @@ TEST_F(NativeBindingThread, AsksTheHostWithNothingHeld)
     (void)journal.Take();
 }
 
-TEST_F(NativeBindingThread, PlaysWhileOthersSetSaveAndResize)
+TEST_F(NativeBindingThread, PlaysWhileOthersSetSaveAndChangeTheRate)
 {
     Load();
     host_.onCall = nullptr;
@@ -623,6 +624,10 @@ TEST_F(NativeBindingThread, PlaysWhileOthersSetSaveAndResize)
             host_.Command(4, 44100 + i % 3);
             host_.Command(12, i % 2);
             Wrapper().AutomateParameter(i % 74, 0.5f);
+            CScriptedStream stream;
+            host_.Call(3, stream.Get(), std::int32_t{1});
+            EXPECT_EQ(stream.bytes.size(), 700u);
+            host_.Call(3, stream.Get(), std::int32_t{0});
             std::this_thread::yield();
         }
     });
