@@ -12,8 +12,7 @@ import time
 
 from ardour_offline import HERE, chunks, environment, put_clip, scan
 from listen import Findings
-from stage import (CUTOFF_KNOB, RESONANCE, RESONANCE_KNOB, Stage, cutoff_in, need, painted, run, value_in,
-                   without_cutoff)
+from stage import CUTOFF_KNOB, Host, Stage, cutoff_in, need, painted, run, without_cutoff
 
 EDITOR = "by Tallowen"
 OUTPUTS = "ardour:Master/audio_out 1", "ardour:Master/audio_out 2"
@@ -32,9 +31,10 @@ CONFIG = """<?xml version="1.0" encoding="UTF-8"?>
 """
 
 
-class Ardour:
+class Ardour(Host):
     def __init__(self, stage, session, name):
-        self.stage, self.session = stage, session
+        super().__init__(stage)
+        self.session = session
         self.rows = [208, 200, 216, 192, 224, 232]
         self.process = stage.start(name, "ardour", "-n", "-a", session)
         self.main = stage.window("song - Ardour")
@@ -45,45 +45,49 @@ class Ardour:
         elif question := stage.windows("Discover VST"): # asked over the strips
             self.stage.key(question[-1], "Escape") # no: the one there is has been scanned
 
-    def editors(self):
+    def windows(self):
         return self.stage.windows(EDITOR)
 
     def open_editor(self, strip):
         """The instrument is the first of a strip's processors; where exactly, the fonts decide."""
-        before = set(self.editors())
+        before = set(self.windows())
         for y in [*self.rows]:
             self.stage.ask("xdotool", "windowactivate", "--sync", self.main)
             self.stage.click(self.main, 319 + 110 * strip, y, times=2)
             for _ in range(20):
                 time.sleep(0.1)
-                if opened := set(self.editors()) - before:
+                if opened := set(self.windows()) - before:
                     self.rows = [y]
-                    window = opened.pop() # which Ardour keeps above its strips
+                    window = self.editors[strip] = opened.pop() # which Ardour keeps above its strips
                     self.stage.ask("xdotool", "windowmove", "--sync", window, 730, 30 + 300 * strip)
                     return window
         self.stage.picture("root", "no-editor")
         sys.exit("FAILED  Ardour opens no editor")
 
-    def close_editor(self, window):
+    def close_editor(self, strip):
+        self.close(self.editors[strip])
+
+    def close(self, window):
         self.stage.key(window, "alt+F4")
-        self.stage.wait("closed editor", lambda: window not in self.editors(), 10)
+        self.stage.wait("closed editor", lambda: window not in self.windows(), 10)
 
     def set_automation(self, strip, mode):
         """Of the cutoff. Set here, as Ardour turns "Write" off in a session that it loads. After an
         editor has been opened there."""
-        before = set(self.editors())
+        before = set(self.windows())
         self.stage.choose(self.main, 319 + 110 * strip, self.rows[0],
                           "Home", "Down", "Down") # "Edit with generic controls..."
-        window = self.stage.wait("Ardour's controls", lambda: set(self.editors()) - before, 10).pop()
+        window = self.stage.wait("Ardour's controls", lambda: set(self.windows()) - before, 10).pop()
         time.sleep(1.0)
         self.stage.choose(window, *CUTOFF_AUTOMATION, "Home", *["Down"] * MODES.index(mode), button=1)
         time.sleep(1.0)
-        self.close_editor(window)
+        self.close(window)
 
-    def remove_track(self, strip):
+    def remove(self, strip):
         """By the menu of its name, above the processors."""
         self.stage.choose(self.main, 325 + 110 * strip, 140, "End")
         self.stage.key(self.stage.window("Remove track"), "Tab", "Return")
+        self.stage.wait("window gone", lambda: self.editors[strip] not in self.windows(), 10)
 
     def line(self):
         """@return (seconds, value) of the points of the first line of automation for a cutoff"""
@@ -97,14 +101,15 @@ class Ardour:
         self.stage.saved(file, lambda: self.stage.key(self.main, "ctrl+s"))
         return chunks(self.session)
 
-    def rewind(self, panel=None, top=0):
-        """To the start. The keyboard is then Ardour's, or that panel's."""
+    def rewind(self, by_panel=False):
+        """To the start. The keyboard is then Ardour's, or the first panel's."""
         self.stage.key(self.main, "Home")
-        if panel:
-            self.stage.touch_panel(panel, top)
+        if by_panel:
+            self.stage.touch_panel(self.editors[0], self.top)
 
-    def play(self, wav, **what):
-        """From where it stands, by the space bar."""
+    def play(self, wav, by_panel=False, **what):
+        """By the space bar."""
+        self.rewind(by_panel)
         recording = self.stage.record(wav, 6, *OUTPUTS, start=self.stage.space, **what)
         self.stage.space()
         return recording
@@ -137,27 +142,20 @@ def main():
 
     with Stage(folder, env) as stage:
         ardour = Ardour(stage, session, "first")
-        ardour.close_editor(ardour.open_editor(0))
+        ardour.open_editor(0)
+        ardour.close_editor(0)
         ardour.set_automation(0, "Write")
-        editors = []
-        for strip in (0, 1):
-            editors.append(ardour.open_editor(strip))
-            shown, look = stage.opened(editors[-1], f"editor {strip + 1}", panel)
-            found.expect_panel(shown, panel, f"editor {strip + 1} of two, at look {look}")
-        stage.picture("root", "two editors")
-        ardour.close_editor(editors[1])
+        ardour.show_two(found, [panel, panel])
+        ardour.close_editor(1)
 
         # The clip begins at the start. The knob is turned in the silence between its notes, in the first
         # song that is played: Ardour makes "Touch" of "Write" when it stops.
-        top = shown.top(panel)
-        turn = lambda pixels: stage.drag_down(editors[0], CUTOFF_KNOB[0], top + CUTOFF_KNOB[1],
-                                              steps=14, pixels=pixels)
-        turn(20)
-        turn(-20)
+        ardour.turn(CUTOFF_KNOB, 20, 14)
+        ardour.turn(CUTOFF_KNOB, -20, 14)
         time.sleep(1.0)
         found.expect(ardour.process.poll() is None, "a knob is turned while the song stands")
-        ardour.rewind(editors[0], top)
-        recording = ardour.play(folder / "first.wav", after=1.4, do=lambda: turn(20))
+        recording = ardour.play(folder / "first.wav", by_panel=True, after=1.4,
+                                do=lambda: ardour.turn(CUTOFF_KNOB, 20, 14))
         found.expect_clip(recording, "after space on the panel", recording.onset())
         found.expect_filter_closes(recording, "by the knob")
         saved = ardour.save()
@@ -170,48 +168,24 @@ def main():
         found.expect(len(line) > 10 and line == sorted(line, reverse=True) and
                      line[0] == 1.0 and abs(line[-1] - cutoffs[0]) < 1e-6,
                      f"what was turned is in the session, {len(line)} points, {line[0]} to {line[-1]}")
-        ardour.rewind()
         recording = ardour.play(folder / "written.wav")
         found.expect_filter_closes(recording, "played again, by what was written")
 
-        ardour.rewind(editors[0], top)
+        ardour.rewind(by_panel=True)
         found.expect_stopped(stage.start_and_stop(folder / "stopped.wav", *OUTPUTS, before_stop=0.6),
                              "space on the panel starts and stops")
 
-        # The panel names the parameter that was turned last; so it is compared with itself.
-        stage.ask("xdotool", "windowactivate", "--sync", editors[0], "mousemove", 5, 5)
-        time.sleep(0.5)
-        before_closing, most = stage.picture(editors[0], "before closing"), 1
-        for _ in range(20):
-            ardour.close_editor(editors[0])
-            editors[0] = ardour.open_editor(0)
-            shown, look = stage.opened(editors[0], "opened again", before_closing)
-            most = max(most, look)
-        likeness = shown.same(before_closing, 0)
-        found.expect(likeness == 1.0, f"opened twenty times more, at look {most} at the latest: "
-                                      f"{100 * likeness:.2f} % as before closing")
-
-        editors[1] = ardour.open_editor(1)
-        ardour.remove_track(1)
-        stage.wait("window gone", lambda: ardour.editors() == editors[:1], 10)
-        stage.picture("root", "removed")
-        ardour.rewind()
-        recording = ardour.play(folder / "removed.wav")
-        found.expect_clip(recording, "other track removed with its editor", recording.onset())
-        stage.drag_down(editors[0], RESONANCE_KNOB[0], top + RESONANCE_KNOB[1], 2, pixels=-20)
-        saved = ardour.save()
-        resonance = value_in(saved[0], RESONANCE)
-        found.expect(len(saved) == 1 and abs(resonance - 0.1) < 0.02,
-                     f"and the editor that is left turns knobs, to {resonance:.3f}")
+        ardour.open_again(found)
+        ardour.open_editor(1)
+        ardour.lose_the_other(found)
 
         def play_by_hand(mode, after, pixels):
             """Turns the cutoff while its line plays. @return what is heard"""
-            ardour.close_editor(editors[0])
+            ardour.close_editor(0)
             ardour.set_automation(0, mode)
-            editors[0] = ardour.open_editor(0)
-            ardour.rewind()
+            ardour.open_editor(0)
             recording = ardour.play(folder / f"{mode}{pixels}.wav", after=after,
-                                    do=lambda: turn(pixels))
+                                    do=lambda: ardour.turn(CUTOFF_KNOB, pixels, 14))
             ardour.save()
             return recording
 
@@ -227,25 +201,14 @@ def main():
         late = value_at(ardour.line(), 4.0)
         found.expect(late < 0.35, f"and down to {late:.2f}")
         found.expect_filter_closes(recording, 'turned in "Latch"')
-        ardour.close_editor(editors[0])
+        ardour.close_editor(0)
         ardour.set_automation(0, "Play")
         saved = ardour.save()
         found.expect(ardour.process.poll() is None, "Ardour goes on")
 
     with Stage(folder, env) as stage:
         ardour = Ardour(stage, session, "second")
-        panel = painted(preview, module, saved[0], folder)
-        window = ardour.open_editor(0)
-        shown, look = stage.opened(window, "reloaded", panel)
-        found.expect_panel(shown, panel, f"the panel in a new Ardour, at look {look}")
-        ardour.close_editor(window)
-        ardour.rewind()
-        recording = ardour.play(folder / "second.wav")
-        found.expect_clip(recording, "reloaded", recording.onset())
-        found.expect_filter_closes(recording, "reloaded, by what was written")
-        again, = ardour.save() # the cutoff follows its line
-        found.expect(without_cutoff(again) == without_cutoff(saved[0]),
-                     "a new Ardour has the state bit by bit")
+        ardour.come_back(found, saved, painted(preview, module, saved[0], folder))
     sys.exit(found.failed)
 
 

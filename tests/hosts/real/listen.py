@@ -51,7 +51,8 @@ class Recording:
         best = max(likeness.values())
         for lag in sorted(likeness)[1:-1]:
             before, here, after = likeness[lag - 1], likeness[lag], likeness[lag + 1]
-            if here > 0.9 * best and before <= here >= after:
+            # Not much less than the best: of detuned oscillators later periods may be more alike.
+            if here > 0.8 * best and before <= here >= after:
                 return self.rate / (lag + 0.5 * (before - after) / (before - 2 * here + after))
         return 0.0
 

@@ -12,8 +12,8 @@ import sys
 import time
 
 from listen import Findings
-from stage import (CUTOFF, CUTOFF_KNOB, RESONANCE, RESONANCE_KNOB, Stage, careful_state,
-                   default_state, home, need, packed, painted, unpacked, value_in, without_cutoff)
+from stage import (CUTOFF, CUTOFF_KNOB, Host, Stage, careful_state, default_state, home, need, packed,
+                   painted, unpacked, without_cutoff)
 
 FIRST_CONTROLLER = 36864 # of a synthesizer's own, as MusE numbers them
 SYNTH = """  <SynthI> <name>Keldra-{number}</name> <channels>2</channels>
@@ -54,55 +54,59 @@ SONG = """<?xml version="1.0"?>
 """
 
 
-class Muse:
+class Muse(Host):
+    semitones = 1
+
     def __init__(self, stage, folder, name, synths):
-        self.stage, self.song = stage, folder / "song.med"
+        super().__init__(stage)
+        self.song, self.cutoff, self.line = folder / "song.med", None, []
         self.process = stage.start(name, "muse", "-p", "-I", "-2", "-S", self.song)
         for question, answer in (("Instrument initialization", "Return"), ("Did you know", "Escape")):
             stage.key(stage.window(question), answer)
         self.main = stage.window("MusE Project")
-        self.editors = [self.editor(number + 1) for number in range(synths)]
+        for track in range(synths): # which a song opens
+            self.editor(track)
         stage.ask("xdotool", "mousemove", 5, 5)
         time.sleep(6.0) # until MusE's splash screen, which lies above, is gone
         stage.click(self.main, *SHOW_SYNTHS)
 
-    def editor(self, number):
+    def editor(self, track):
         """Beside the list of tracks."""
-        window = self.stage.window(f"Keldra-{number}:")
-        self.stage.ask("xdotool", "windowmove", "--sync", window, 740, 420 * (2 - number))
+        window = self.editors[track] = self.stage.window(f"Keldra-{track + 1}:")
+        self.stage.ask("xdotool", "windowmove", "--sync", window, 740, 420 * (1 - track))
         return window
 
-    def look(self, number, name):
-        """@return what an editor shows that has been open for a while"""
-        self.stage.ask("xdotool", "windowactivate", "--sync", self.editors[number - 1],
-                       "mousemove", 5, 5)
-        time.sleep(0.5)
-        return self.stage.picture(self.editors[number - 1], name)
+    def has_editor(self, track):
+        return self.stage.windows(f"Keldra-{track + 1}:")
 
-    def close_editor(self, number):
-        self.stage.key(self.editors[number - 1], "alt+F4")
-        self.stage.wait("closed editor", lambda: not self.stage.windows(f"Keldra-{number}:"), 10)
+    def close_editor(self, track):
+        self.stage.key(self.editors[track], "alt+F4")
+        self.stage.wait("closed editor", lambda: not self.has_editor(track), 10)
 
-    def open_editor(self, number):
-        self.stage.choose(self.main, PORTS, FIRST_SYNTH + LINE * (number - 1), "Up")
-        self.editors[number - 1] = self.editor(number)
+    def open_editor(self, track):
+        if not self.has_editor(track):
+            self.stage.choose(self.main, PORTS, FIRST_SYNTH + LINE * track, "Up")
+        window = self.editor(track)
+        self.stage.ask("xdotool", "windowactivate", "--sync", window)
+        return window
 
-    def remove(self, number):
-        self.stage.choose(self.main, NAMES, FIRST_SYNTH + LINE * (number - 1), "Down", "Down")
+    def remove(self, track):
+        self.stage.choose(self.main, NAMES, FIRST_SYNTH + LINE * track, "Down", "Down")
+        self.stage.wait("window gone", lambda: not self.has_editor(track), 10)
 
     def play(self, wav, **what):
         return self.stage.play(wav, 7, *OUTPUTS, **what)
 
     def save(self):
-        """@return (the first synthesizer's state, MusE's value of its cutoff, the line of automation for
-        it, how many synthesizers there are) in the song's file"""
+        """@return our states. MusE's value of the first one's cutoff, and the line of automation for it,
+        are in self.cutoff and self.line"""
         text = self.stage.saved(self.song, lambda: self.stage.key(self.main, "ctrl+s"))
         synths = re.findall("<SynthI>.*?</SynthI>", text, re.DOTALL)
         value, points = re.search(rf'<controller id="{FIRST_CONTROLLER + CUTOFF}" cur="([^"]*)"[^>]*>'
                                   "([^<]*)<", synths[0]).groups()
-        line = [float(point.split()[1]) for point in points.split(",") if point.strip()]
-        state = unpacked(re.search(r"<customData>([^<]*)<", synths[0]).group(1))
-        return state, float(value), line, len(synths)
+        self.cutoff = float(value)
+        self.line = [float(point.split()[1]) for point in points.split(",") if point.strip()]
+        return [unpacked(re.search(r"<customData>([^<]*)<", synth).group(1)) for synth in synths]
 
 
 def main():
@@ -121,61 +125,33 @@ def main():
 
     with Stage(folder, env) as stage:
         muse = Muse(stage, folder, "first", len(states))
-        for number, panel in enumerate(panels, 1):
-            found.expect_panel(muse.look(number, f"editor {number}"), panel, f"editor {number} of two")
-        stage.picture("root", "two editors")
+        muse.show_two(found, panels)
         stage.touch_panel(muse.editors[0])
         found.expect_stopped(
             stage.start_and_stop(folder / "stopped.wav", *OUTPUTS, before_stop=1.6),
             "space on the panel starts and stops")
         recording = muse.play(
             folder / "first.wav", start=stage.space, after=2.7,
-            do=lambda: stage.drag_down(muse.editors[0], *CUTOFF_KNOB, steps=14))
-        found.expect_clip(recording, "after space on the panel", recording.onset(), semitones=1)
+            do=lambda: muse.turn(CUTOFF_KNOB, 20, 14))
+        found.expect_clip(recording, "after space on the panel", recording.onset(), muse.semitones)
         found.expect_filter_closes(recording, "by the knob")
-        saved, cutoff, line, _ = muse.save()
+        saved, cutoff, line = muse.save(), muse.cutoff, muse.line
         found.expect(abs(cutoff - 0.3) < 0.02, f"MusE's value follows the knob to {cutoff}")
         found.expect(len(line) > 10 and line == sorted(line, reverse=True) and line[0] == 1.0 and
                      line[-1] == cutoff,
                      f"what was turned is in the song, {len(line)} points, {line[0]} to {line[-1]}")
-        found.expect(without_cutoff(saved) == without_cutoff(states[0]), "nothing else has changed")
+        found.expect([*map(without_cutoff, saved)] == [*map(without_cutoff, states)],
+                     "nothing else has changed")
 
-        # The panel names the parameter that was turned last; so it is compared with itself.
-        before = muse.look(1, "before closing")
-        most = 1
-        for _ in range(20):
-            muse.close_editor(1)
-            muse.open_editor(1)
-            shown, looks = stage.opened(muse.editors[0], "opened again", before)
-            most = max(most, looks)
-        found.expect_panel(shown, before, f"opened twenty times more, whole at look {most} at the latest")
-
-        muse.remove(2)
-        stage.wait("window gone", lambda: not stage.windows("Keldra-2:"), 10)
-        stage.picture("root", "removed")
-        recording = muse.play(folder / "removed.wav")
-        found.expect_clip(recording, "other one removed with its editor", recording.onset(),
-                          semitones=1)
-        stage.drag_down(muse.editors[0], *RESONANCE_KNOB, 2, pixels=-20)
-        saved, _, _, count = muse.save()
-        resonance = value_in(saved, RESONANCE)
-        found.expect(count == 1 and abs(resonance - 0.1) < 0.02,
-                     f"and the editor that is left turns knobs, to {resonance:.3f}")
+        muse.open_again(found)
+        saved = muse.lose_the_other(found)
         found.expect(muse.process.poll() is None, "MusE goes on")
 
     with Stage(folder, env) as stage: # a new one, as the JACK server would wait for the MusE that is gone
         muse.song.write_text(muse.song.read_text().replace(f"<automation>{WRITE}<",
                                                            f"<automation>{READ}<"))
-        muse = Muse(stage, folder, "second", count)
-        found.expect_panel(muse.look(1, "reloaded"),
-                           painted(preview, module, saved, folder), "the panel in a new MusE")
-        recording = muse.play(folder / "second.wav")
-        found.expect_clip(recording, "reloaded", recording.onset(), semitones=1)
-        found.expect_filter_closes(recording, "reloaded, by what was written")
-        stage.drag_down(muse.editors[0], *CUTOFF_KNOB, steps=1) # MusE saves only songs that have changed
-        again, _, _, _ = muse.save() # the cutoff follows its line
-        found.expect(without_cutoff(again) == without_cutoff(saved),
-                     "a new MusE has the state bit by bit")
+        muse = Muse(stage, folder, "second", len(saved))
+        muse.come_back(found, saved, painted(preview, module, saved[0], folder))
     sys.exit(found.failed)
 
 

@@ -15,9 +15,8 @@ import sys
 import time
 
 from listen import Findings, midi_clip
-from stage import (CUTOFF_KNOB, RESONANCE, RESONANCE_KNOB, Stage, careful_state, cutoff_in,
-                   default_state, home, need, packed, painted, run, unpacked, value_in,
-                   without_cutoff)
+from stage import (CUTOFF_KNOB, RESONANCE_KNOB, Host, Stage, careful_state, cutoff_in, default_state,
+                   home, need, packed, painted, run, unpacked, without_cutoff)
 
 HERE = pathlib.Path(__file__).resolve().parent
 CLIP = """<clips><clip name="clip">
@@ -77,9 +76,12 @@ OUTPUTS = "Qtractor:Master/out_1", "Qtractor:Master/out_2"
 ROWS, TRACK_HEIGHT, NAMES, LINES = [183, 175, 191, 167, 199, 207, 159, 215], 96, (60, 134), 183
 
 
-class Qtractor:
+class Qtractor(Host):
+    semitones = 1
+
     def __init__(self, stage, folder, name):
-        self.stage, self.song, self.editors = stage, folder / "song.qtr", {}
+        super().__init__(stage)
+        self.song, self.cutoff = folder / "song.qtr", None
         self.process = stage.start(name, "qtractor", self.song,
                                    LD_PRELOAD=str(folder / "sequencer.so"))
         self.main = stage.window(r"song\.qtr")
@@ -100,12 +102,13 @@ class Qtractor:
         return recording.level(0, 5) > 0.001
 
     def save(self):
-        """@return (our states, one a track, the value that Qtractor holds of the first one's cutoff)"""
+        """@return our states. The value that Qtractor holds of the first one's cutoff is in self.cutoff"""
         text = self.stage.saved(self.song, lambda: ( # what session managers send
             self.process.send_signal(signal.SIGUSR1)))
         states = re.findall(r'<config key="chunk">([^<]*)<', text)
         cutoff = re.search(r'<param (?=[^>]*index="18")[^>]*>([^<]*)<', text)
-        return [*map(unpacked, states)], cutoff and float(cutoff.group(1))
+        self.cutoff = cutoff and float(cutoff.group(1))
+        return [*map(unpacked, states)]
 
     def open_editor(self, track):
         title = f"^Keldra - {TRACKS[track]}"
@@ -125,15 +128,19 @@ class Qtractor:
 
     def close_editor(self, track):
         self.stage.key(self.editors[track], "alt+F4")
-        self.stage.wait("closed editor",
-                        lambda: self.editors[track] not in self.stage.windows("^Keldra - "), 10)
+        self.stage.wait("closed editor", lambda: not self.has_editor(track), 10)
 
-    def remove_track(self, track):
+    def has_editor(self, track):
+        return self.editors[track] in self.stage.windows("^Keldra - ")
+
+    def remove(self, track):
         """By the menu of its name."""
         x, y = NAMES
         self.stage.choose(self.main, x, y + TRACK_HEIGHT * track, "Down", "Down")
         self.stage.key(self.stage.window("^Warning"), "Return")
         self.stage.wait("question gone", lambda: not self.stage.windows("^Warning"), 10)
+        if self.has_editor(track): # which Qtractor keeps for "Undo"
+            self.turn(RESONANCE_KNOB, -20, 2, track)
 
 
 def main():
@@ -149,17 +156,9 @@ def main():
 
     with Stage(folder, home(folder)) as stage:
         qtractor = Qtractor(stage, folder, "first")
-        found.expect(qtractor.save()[0] == states, "the states come in and are saved as they were")
-        for track, panel in enumerate(panels):
-            shown, look = stage.opened(qtractor.open_editor(track), f"editor {track + 1}", panel)
-            found.expect_panel(shown, panel, f"editor {track + 1} of two, at look {look}")
-        stage.picture("root", "two editors")
-        most = 1
-        for _ in range(20):
-            qtractor.close_editor(0)
-            shown, look = stage.opened(qtractor.open_editor(0), "opened again", panels[0])
-            most = max(most, look)
-        found.expect_panel(shown, panels[0], f"opened twenty times more, at look {most} at the latest")
+        found.expect(qtractor.save() == states, "the states come in and are saved as they were")
+        qtractor.show_two(found, panels)
+        qtractor.open_again(found)
 
         editor = qtractor.editors[0]
         by_host = qtractor.starts("frame.wav", lambda: stage.key(editor, "space"))
@@ -173,43 +172,24 @@ def main():
                              "space in the main window after a click on the panel")
 
         recording = qtractor.play(folder / "first.wav", after=2.7,
-                                  do=lambda: stage.drag_down(editor, *CUTOFF_KNOB, steps=14))
-        found.expect_clip(recording, "at first", recording.onset(), semitones=1)
+                                  do=lambda: qtractor.turn(CUTOFF_KNOB, 20, 14))
+        found.expect_clip(recording, "at first", recording.onset(), qtractor.semitones)
         found.expect_filter_closes(recording, "at first")
-        saved, cutoff = qtractor.save()
+        saved, cutoff = qtractor.save(), qtractor.cutoff
         # Turned to 0.3; but Qtractor plays what it has while it writes, and that pulls the knob back.
         found.expect(abs(cutoff_in(saved[0]) - cutoff) < 1e-5 and 0.25 < cutoff < 0.7,
                      f"Qtractor's value follows the knob to {cutoff}")
         found.expect([without_cutoff(saved[0]), *saved[1:]] == [without_cutoff(states[0]), *states[1:]],
                      "nothing else has changed")
 
-        qtractor.remove_track(1) # Qtractor keeps it for "Undo", and its editor open
-        orphan = qtractor.editors[1] in stage.windows("^Keldra - ")
-        if orphan:
-            stage.drag_down(qtractor.editors[1], *RESONANCE_KNOB, 2, pixels=-20)
-        stage.picture("root", "removed")
-        recording = qtractor.play(folder / "removed.wav")
-        found.expect_clip(recording, "other track removed with its editor", recording.onset(),
-                          semitones=1)
-        stage.drag_down(editor, *RESONANCE_KNOB, 2, pixels=-20)
-        saved, _ = qtractor.save()
-        resonance = value_in(saved[0], RESONANCE)
-        found.expect(len(saved) == 1 and abs(resonance - 0.1) < 0.02,
-                     f"and the editor that is left turns knobs, to {resonance:.3f}")
-        if orphan:
+        saved = qtractor.lose_the_other(found)
+        if qtractor.has_editor(1):
             qtractor.close_editor(1)
         found.expect(stage.end(qtractor.process) == 0, "Qtractor ends in peace")
 
         qtractor = Qtractor(stage, folder, "second")
-        again, _ = qtractor.save() # but the cutoff, which follows its line from the start
-        found.expect(without_cutoff(*again) == without_cutoff(*saved),
-                     "a new Qtractor has the state bit by bit")
-        panel = painted(preview, module, *again, folder)
-        shown, look = stage.opened(qtractor.open_editor(0), "reloaded", panel)
-        found.expect_panel(shown, panel, f"its panel, at look {look}")
-        recording = qtractor.play(folder / "second.wav")
-        found.expect_clip(recording, "reloaded", recording.onset(), semitones=1)
-        found.expect_filter_closes(recording, "reloaded, by what was written")
+        again, = qtractor.save() # its cutoff follows the line from the start
+        qtractor.come_back(found, saved, painted(preview, module, again, folder))
         found.expect(stage.end(qtractor.process) == 0, "and ends in peace")
     sys.exit(found.failed)
 

@@ -307,3 +307,63 @@ class Stage:
         moves = ("sleep", 0.05, "mousemove_relative", 0, pixels) * steps
         self.ask("xdotool", "mousemove", "--window", window, x, y, "sleep", 0.05,
                  "mousedown", 1, *moves, "sleep", 0.1, "mouseup", 1)
+
+
+class Host:
+    """A host on a stage, and the acts that are the same in each. A host brings start, open_editor(track),
+    which answers its window, close_editor(track), remove(track), play(wav, **what), which records a song
+    from its start, and save(), which answers our states, one a track."""
+    semitones = 0 # that the first track's state is transposed by
+    top = 0       # the row of an editor's window in which the panel begins
+
+    def __init__(self, stage):
+        self.stage, self.editors = stage, {}
+
+    def turn(self, knob, pixels, steps, track=0):
+        """Down, where pixels are above 0."""
+        self.stage.drag_down(self.editors[track], knob[0], self.top + knob[1], steps, pixels)
+
+    def show_two(self, found, panels):
+        for track, panel in enumerate(panels):
+            shown, look = self.stage.opened(self.open_editor(track), f"editor {track + 1}", panel)
+            found.expect_panel(shown, panel, f"editor {track + 1} of two, at look {look}")
+        self.top = shown.top(panel)
+        self.stage.picture("root", "two editors")
+
+    def open_again(self, found):
+        """The panel names the parameter that was turned last; so it is compared with itself."""
+        self.stage.ask("xdotool", "windowactivate", "--sync", self.editors[0], "mousemove", 5, 5)
+        time.sleep(0.5)
+        before, most = self.stage.picture(self.editors[0], "before closing"), 1
+        for _ in range(20):
+            self.close_editor(0)
+            shown, look = self.stage.opened(self.open_editor(0), "opened again", before)
+            most = max(most, look)
+        found.expect_panel(shown, before, f"opened twenty times more, at look {most} at the latest")
+
+    def lose_the_other(self, found):
+        """@return what is saved then"""
+        self.remove(1)
+        self.stage.picture("root", "removed")
+        recording = self.play(self.stage.folder / "removed.wav")
+        found.expect_clip(recording, "other track removed with its editor", recording.onset(),
+                          self.semitones)
+        self.turn(RESONANCE_KNOB, -20, 2)
+        saved = self.save()
+        resonance = value_in(saved[0], RESONANCE)
+        found.expect(len(saved) == 1 and abs(resonance - 0.1) < 0.02,
+                     f"and the editor that is left turns knobs, to {resonance:.3f}")
+        return saved
+
+    def come_back(self, found, saved, panel):
+        """In a new process, with what the last one saved."""
+        shown, look = self.stage.opened(self.open_editor(0), "reloaded", panel)
+        found.expect_panel(shown, panel, f"the panel in a new process, at look {look}")
+        self.top = shown.top(panel)
+        recording = self.play(self.stage.folder / "second.wav")
+        found.expect_clip(recording, "reloaded", recording.onset(), self.semitones)
+        found.expect_filter_closes(recording, "reloaded, by what was written")
+        self.turn(CUTOFF_KNOB, 20, 1) # some save only songs that have changed
+        again = self.save() # the cutoff follows its line
+        found.expect([*map(without_cutoff, again)] == [*map(without_cutoff, saved)],
+                     "it has the state bit by bit")
