@@ -13,10 +13,10 @@ public:
     int UpTo(int most) { return static_cast<int>(random_() % static_cast<unsigned>(most + 1)); }
     int Byte() { return UpTo(255); }
     bool OneIn(int count) { return UpTo(count - 1) == 0; }
-    /// Any number from low up to, but not, high.
+    /// In steps of a thousandth of the way.
     float Between(float low, float high)
     {
-        return low + (high - low) * static_cast<float>(random_() >> 8) * 0x1p-24f;
+        return low + (high - low) * static_cast<float>(UpTo(1000)) / 1000.0f;
     }
     template <typename List>
     auto Of(const List& list)
