@@ -389,7 +389,8 @@ TEST_F(X11Window, KnowsWhereThePointerIsThatAnotherProgramHad)
         other.Sync();
     };
     const auto isToldAt = [&](PixelPoint at) {
-        return EventuallyLocked([&] { return recorder_.pointer.back().at == at; });
+        return EventuallyLocked(
+            [&] { return !recorder_.pointer.empty() && recorder_.pointer.back().at == at; });
     };
     EXPECT_TRUE(isToldAt({50, 50}));
     grab();
