@@ -12,20 +12,19 @@ namespace keldra::vst {
 /// thread alone. Never waits or allocates. Indices are 0 .. kParameterCount - 1.
 class CEditReports {
 public:
-    void Begin(int index);               ///< a user takes hold of it. Any thread
-    void Change(int index, float value); ///< any thread
-    void End(int index);                 ///< and lets go of it. Any thread
+    void Begin(int index);  ///< a user takes hold of it. Any thread
+    void Change(int index); ///< it has another value. Any thread
+    void End(int index);    ///< a user lets go of it. Any thread
 
-    /// Calls `begin(index)`, `change(index, value)` and `end(index)` for what has happened since
-    /// the last call: of a parameter's values the last one, each begin with its end. An edit that
-    /// was as short as that ends with the next call. Processing thread.
+    /// Calls `begin(index)`, `change(index)` and `end(index)` for what has happened since the last
+    /// call: of a parameter's changes one, each begin with its end. An edit that was as short as
+    /// that ends with the next call. Processing thread.
     void Tell(const auto& begin, const auto& change, const auto& end);
 
 private:
     enum EState : unsigned { kHeld = 1, kBegun = 2, kChanged = 4 }; // the latter two: since Tell
     struct Parameter {
         std::atomic<unsigned> state{0};
-        std::atomic<float> value{0.0f};
         bool isBegun = false; ///< told so, and not of its end. Processing thread
     };
     void Mark(int index, unsigned state);
@@ -46,9 +45,8 @@ inline void CEditReports::Begin(int index)
     Mark(index, kHeld | kBegun);
 }
 
-inline void CEditReports::Change(int index, float value)
+inline void CEditReports::Change(int index)
 {
-    At(index).value = value;
     Mark(index, kChanged);
 }
 
@@ -74,7 +72,7 @@ void CEditReports::Tell(const auto& begin, const auto& change, const auto& end)
         if (hasBegun)
             begin(index);
         if ((state & kChanged) != 0)
-            change(index, parameter.value.load());
+            change(index);
         if (parameter.isBegun && !isHeld)
             end(index);
         parameter.isBegun = hasBegun || (parameter.isBegun && isHeld);

@@ -146,9 +146,10 @@ void CVSTWrapper::RunBlock(float** inputs, float** outputs, VstInt32 frames,
         renderer_->MoveEventsToStart();
         return;
     }
-    // Before the engine is taken: the host may call back.
+    // Before the engine is taken: the host may call back. Values as they are by then: the host may
+    // have set another, or a state, since the edit.
     edits_.Tell([this](int index) { beginEdit(index); },
-                [this](int index, float value) { TellValue(index, value); },
+                [this](int index) { TellValue(index, renderer_->GetParameter(index)); },
                 [this](int index) { endEdit(index); });
     const SongTime time = AskHostForTime();
 
@@ -369,7 +370,7 @@ void CVSTWrapper::AutomateParameter(int index, float value)
     if (!IsReported(index))
         return;
     if (hostTakesEditsInBlocks_)
-        edits_.Change(index, value);
+        edits_.Change(index);
     else
         TellValue(index, value);
 }

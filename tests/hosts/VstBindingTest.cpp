@@ -427,6 +427,11 @@ TEST_F(VstBinding, TellsArdourOfEditsWithItsBlocks)
     host_.product = "Ardour";
     Load();
     CPluginWrapper& wrapper = *CFakeRenderer::newest.load()->HostWrapper();
+    const auto change = [&](int index, float value) {
+        host_.effect->setParameter(host_.effect, index, value);
+        (void)journal.Take();
+        wrapper.AutomateParameter(index, value);
+    };
     const auto toldInBlock = [&] {
         EXPECT_EQ(journal.Take(), Lines{}) << "on a thread that it would crash on";
         host_.Process(8);
@@ -437,8 +442,8 @@ TEST_F(VstBinding, TellsArdourOfEditsWithItsBlocks)
         return told;
     };
     wrapper.BeginEdit(18);
-    wrapper.AutomateParameter(18, 0.25f);
-    wrapper.AutomateParameter(18, 0.5f);
+    change(18, 0.25f);
+    change(18, 0.5f);
     wrapper.AutomateParameter(156, 0.5f);
     wrapper.BeginEdit(156);
     EXPECT_EQ(toldInBlock(), (Lines{"host 43 18 0", "automate 18 128"}));
@@ -446,15 +451,19 @@ TEST_F(VstBinding, TellsArdourOfEditsWithItsBlocks)
     wrapper.EndEdit(18);
     wrapper.BeginEdit(18);
     EXPECT_EQ(toldInBlock(), (Lines{"host 44 18 0", "host 43 18 0"})) << "let go for a moment";
-    wrapper.AutomateParameter(18, 0.0f);
+    change(18, 0.0f);
     wrapper.EndEdit(18);
     EXPECT_EQ(toldInBlock(), (Lines{"automate 18 0", "host 44 18 0"}));
     wrapper.BeginEdit(0);
-    wrapper.AutomateParameter(0, 0.5f);
+    change(0, 0.5f);
     wrapper.EndEdit(0);
     EXPECT_EQ(toldInBlock(), (Lines{"host 43 0 0", "automate 0 128"})) << "a wheel's notch";
     EXPECT_EQ(toldInBlock(), Lines{"host 44 0 0"});
     EXPECT_EQ(toldInBlock(), Lines{});
+    change(18, 0.5f);
+    host_.effect->setParameter(host_.effect, 18, 0.25f);
+    (void)journal.Take();
+    EXPECT_EQ(toldInBlock(), Lines{"automate 18 64"}) << "the host has set another since";
 }
 
 // --- Editor ---
