@@ -3,6 +3,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <gtest/gtest.h>
+#include <malloc.h>
 #include <set>
 
 #include "apps/host/VstHost.h"
@@ -91,6 +92,7 @@ TEST(Module, WorksWithoutADisplayAndLeavesNothingWhenItIsUnloaded)
     }
     const auto files = NamesIn("/proc/self/fd");
     const auto threads = NamesIn("/proc/self/task");
+    const std::size_t memory = mallinfo2().uordblks;
     {
         const auto first = MakeInstance();
         const auto second = MakeInstance();
@@ -104,6 +106,7 @@ TEST(Module, WorksWithoutADisplayAndLeavesNothingWhenItIsUnloaded)
         first->Dispatch(effEditOpen, 0, 0, nullptr); // whatever comes of it
     }
     EXPECT_FALSE(ModuleIsMapped());
+    EXPECT_LT(mallinfo2().uordblks, memory + 65536);
     EXPECT_EQ(NamesIn("/proc/self/fd"), files);
     EXPECT_EQ(NamesIn("/proc/self/task"), threads);
 }
