@@ -24,6 +24,16 @@ float CutoffOmega(float hz, double sampleRate)
     return std::fmax(omega, kLowestOmega);
 }
 
+/// The state holds a slope that the cut before left. A far lower one would take it on for long, and
+/// far: a thump many times louder than the sound.
+void ForgetSlope(FilterStage<float>& stage, float omegaBefore, float omega)
+{
+    if (omega < 0.5f * omegaBefore) {
+        stage.x2 = stage.x1;
+        stage.y2 = stage.y1;
+    }
+}
+
 } // namespace
 
 CTapeDelay::CTapeDelay(int length, double startHead)
@@ -69,6 +79,7 @@ void CTapeDelay::SetLowPass(float hz, double sampleRate)
     const float omega = CutoffOmega(hz, sampleRate);
     if (omega == lowPassOmega_)
         return;
+    ForgetSlope(lowPass_, lowPassOmega_, omega);
     lowPassOmega_ = omega;
     keldra::SetLowPass(lowPass_, omega);
     UpdateLoop();
@@ -79,12 +90,7 @@ void CTapeDelay::SetHighPass(float hz, double sampleRate)
     const float omega = CutoffOmega(hz, sampleRate);
     if (omega == highPassOmega_)
         return;
-    // The state holds a slope that the cut before left. A far lower one would take it on for long,
-    // and far: a thump many times louder than the sound.
-    if (omega < 0.5f * highPassOmega_) {
-        highPass_.x2 = highPass_.x1;
-        highPass_.y2 = highPass_.y1;
-    }
+    ForgetSlope(highPass_, highPassOmega_, omega);
     highPassOmega_ = omega;
     keldra::SetHighPass(highPass_, omega);
     UpdateLoop();

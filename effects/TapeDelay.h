@@ -38,11 +38,12 @@ public:
     void SetDepth(float depth); ///< of the wobble, 0 .. 1: up to 1 + depth times the speed
     void SetModRate(double hz, double sampleRate); ///< of the wobble; below 0 becomes 0
 
-    /// Cutoff frequencies, limited to 10 Hz (kLowestOmega at high rates) .. sampleRate / 2.1.
+    /// Cutoff frequencies, limited to 10 Hz (kLowestOmega at high rates) .. sampleRate / 2.1. Far
+    /// down at once: without the old slope.
     void SetLowPass(float hz, double sampleRate);
-    void SetHighPass(float hz, double sampleRate); ///< far down at once: without the old slope
-    void EnableLowPass();                          ///< clears the stage if it was off
-    void EnableHighPass();                         ///< likewise
+    void SetHighPass(float hz, double sampleRate);
+    void EnableLowPass();  ///< clears the stage if it was off
+    void EnableHighPass(); ///< likewise
 
     /// Writes to the whole tape, if nobody did, so that the system has its memory ready; it is
     /// empty then. Control thread.

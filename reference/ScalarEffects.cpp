@@ -34,7 +34,7 @@ void ScalarStage::Set(float hz, float q, double rate)
     const auto fs = static_cast<float>(rate);
     hz = std::min(std::max(hz, 10.0f), fs / 2.1f);
     const float w = std::max(6.2831853f * hz / fs, 5e-4f);
-    if (sign < 0.0f && w < 0.5f * omega) { // a far lower cut takes no slope on
+    if (w < 0.5f * omega) { // a far lower cut takes no slope on
         x2 = x1;
         y2 = y1;
     }

@@ -244,29 +244,34 @@ TEST(EffectsUnit, FallsSilentInsteadOfMurmuringAndGoesOnAsIfNothingHadHappened)
     }
 }
 
-TEST(EffectsUnit, DoesNotThumpWhenTheLowCutGoesDownAtOnce)
+TEST(EffectsUnit, DoesNotThumpWhenACutGoesDownAtOnce)
 {
-    for (const double rate : {44100.0, 48000.0, 96000.0}) {
-        EffectsUnit unit;
-        unit.SetSampleRate(rate);
-        ScalarEffectSettings settings = kEchoes;
-        settings.feedback = 0.5f;
-        settings.lowCut = 1.0f;
-        Apply(unit, settings);
-        const auto peakOfASecond = [&](float lowCut) {
-            settings.lowCut = lowCut;
-            Apply(unit, settings);
-            Block saw(static_cast<int>(rate));
-            for (std::size_t i = 0; i < saw.left.size(); ++i)
-                saw.left[i] = saw.right[i] =
-                    static_cast<float>(std::fmod(static_cast<double>(i) * 110.0 / rate, 1.0)) -
-                    0.5f;
-            saw.Through(unit);
-            return saw.Peak();
-        };
-        peakOfASecond(1.0f);
-        EXPECT_LT(peakOfASecond(0.0f), 3.0f) << rate << " Hz; with echoes of half";
-    }
+    struct Row {
+        float ScalarEffectSettings::*cut;
+        double sawHz;
+    };
+    for (const auto& [cut, sawHz] :
+         {Row{&ScalarEffectSettings::lowCut, 110.0}, Row{&ScalarEffectSettings::highCut, 9000.0}})
+        for (const double rate : {44100.0, 48000.0, 96000.0}) {
+            EffectsUnit unit;
+            unit.SetSampleRate(rate);
+            ScalarEffectSettings settings = kEchoes;
+            settings.feedback = 0.5f;
+            const auto peakOfASecond = [&](float value) {
+                settings.*cut = value;
+                Apply(unit, settings);
+                Block saw(static_cast<int>(rate));
+                for (std::size_t i = 0; i < saw.left.size(); ++i)
+                    saw.left[i] = saw.right[i] =
+                        static_cast<float>(std::fmod(static_cast<double>(i) * sawHz / rate, 1.0)) -
+                        0.5f;
+                saw.Through(unit);
+                return saw.Peak();
+            };
+            peakOfASecond(1.0f);
+            EXPECT_LT(peakOfASecond(0.0f), 3.0f)
+                << sawHz << " Hz at " << rate << ", echoes of half";
+        }
 }
 
 TEST(EffectsUnit, DiesAwayAtFullFeedbackWhateverTheCutsAndRate)
