@@ -31,13 +31,9 @@ protected:
     CHeadlessWindow* window_ = nullptr;
 };
 
-TEST_F(Gallery, LooksAsItDid)
+TEST_F(Gallery, LooksAsItDidWithAndWithoutPopups)
 {
     ExpectSeen({0, 0, 480, 340}, "gallery");
-}
-
-TEST_F(Gallery, ShowsPopupsAsItDid)
-{
     PressOn(port_.Knob());
     window_->MoveBy(0, -30);
     window_->Tick(3);
