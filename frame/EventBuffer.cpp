@@ -14,6 +14,7 @@ void CEventBuffer::MidiProgramChange(int) {}
 
 EventNode* CEventBuffer::AddEvent(std::uint32_t time, int)
 {
+    DropOutdatedEvents(); // they neither take room nor come before this one
     if (tail_ != nullptr && time < tail_->time)
         return nullptr;
     if (poolUsed_ == kCapacity) {
@@ -102,7 +103,7 @@ void CEventBuffer::DropOutdatedEvents()
     while (head_ != nullptr && head_->era != era)
         head_ = head_->next;
     if (head_ == nullptr)
-        tail_ = nullptr;
+        ClearEvents();
 }
 
 void CEventBuffer::MoveEventsToStart()

@@ -56,7 +56,7 @@ TEST(BlockLoop, ForgetsAtASuspendWhatWasToSound)
         renderer.Queue(40, 0x90, 60, 100);
         renderer.Process(64); // left out: its events wait
     }
-    renderer.Queue(10, 0x90, 61, 100); // and here the host asks for no block
+    renderer.Queue(30, 0x90, 61, 100); // and here the host asks for no block
     renderer.SwitchProcessing(false);
     renderer.SwitchProcessing(true);
     renderer.Queue(10, 0x90, 62, 100);
