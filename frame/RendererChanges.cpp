@@ -56,7 +56,10 @@ void CPluginRenderer::ChangeSampleRate(double hz, EStart start)
 void CPluginRenderer::Store(int index, float value)
 {
     ParameterRecord& record = records_[static_cast<std::size_t>(index)];
-    record.store.store(stores_.fetch_add(1) + 1);
+    // What a queued change brings with it is as old as that change: the next one in the queue may
+    // store over it.
+    const bool isQueuedChanges = gate_.CallerOwnsEngine() && drained_ != nullptr;
+    record.store.store(isQueuedChanges ? drained_->storesBefore : stores_.fetch_add(1) + 1);
     record.value.store(value);
 }
 

@@ -279,9 +279,11 @@ TEST(Synth, StoresInTheOrderOfTheHostWhatItIsToldBetweenTwoBlocks)
     rig.synth.SetParameter(kFirstControllerLink + kFilterCutoff, 1.0f);
     rig.synth.SetParameter(kFirstControllerLink + kUnisonPan, 74.0f);
     rig.Render(64);
-    const auto queue = [&] {
-        rig.synth.SetParameter(kModWheelValue, 0.3f);
-        EXPECT_TRUE(rig.synth.PostMidi({0xB0, 74, 32, 0}));
+    const auto queue = [&] { // of each two: what the first moves isn't newer than the second
+        for (const float wheel : {0.6f, 0.3f})
+            rig.synth.SetParameter(kModWheelValue, wheel);
+        for (const std::uint8_t value : {std::uint8_t{64}, std::uint8_t{32}})
+            EXPECT_TRUE(rig.synth.PostMidi({0xB0, 74, value, 0}));
     };
     queue();
     rig.synth.SetParameter(kFilterCutoff, 0.9f);
