@@ -234,10 +234,11 @@ private:
     void StoreValues(const ProgramValues& program);
     void Store(int index, float value);
     void ApplyProgram(const ProgramValues& program);
-    /// Calls `read`, which reads stored values. @return false when a program was being stored
-    /// meanwhile: what was read is a mixture
+    /// Calls `read`, which reads stored values.
+    /// @param loadsDone  loadsEnded_ or loadsQueued_: how far those before have to have come
+    /// @return false when a program was being stored meanwhile: what was read is a mixture
     template <typename Read>
-    bool ReadBetweenLoads(Read&& read) const;
+    bool ReadBetweenLoads(const std::atomic<std::uint32_t>& loadsDone, Read&& read) const;
     void Follow(int index, float value);
     void AgreeWithStored();
     void ApplyPending();
@@ -268,8 +269,9 @@ private:
     std::atomic<bool> resync_{false}; ///< changes found no room: follow all stored values again
     std::array<std::atomic<float>, kKeyCount> keyboardWanted_{}; ///< velocities, for the resync
     std::array<float, kKeyCount> keyboardPlayed_{};
-    std::atomic<std::uint32_t> loadsBegun_{0}; ///< program loads that began to store values
-    std::atomic<std::uint32_t> loadsEnded_{0};
+    std::atomic<std::uint32_t> loadsBegun_{0};  ///< program loads that began to store values
+    std::atomic<std::uint32_t> loadsEnded_{0};  ///< and have stored them
+    std::atomic<std::uint32_t> loadsQueued_{0}; ///< and have them in the queue, or applied
     std::atomic<std::uint32_t> ownerStores_{0}; ///< odd while the engine's owner stores a program
     std::mutex controlLoads_; ///< control threads among themselves while they store a program
     std::array<float, kParameterCount> followed_{}; ///< values the engine was last told

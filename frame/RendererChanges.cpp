@@ -73,6 +73,7 @@ void CPluginRenderer::ChangeProgram(const ProgramValues& change)
 {
     if (gate_.CallerOwnsEngine()) {
         StoreProgram(change);
+        loadsQueued_.fetch_add(1); // as good as queued
         ApplyProgram(change);
         AgreeWithStored();
         return;
@@ -125,12 +126,13 @@ void CPluginRenderer::ResetProgram()
 }
 
 template <typename Read>
-bool CPluginRenderer::ReadBetweenLoads(Read&& read) const
+bool CPluginRenderer::ReadBetweenLoads(const std::atomic<std::uint32_t>& loadsDone,
+                                       Read&& read) const
 {
-    const std::uint32_t ended = loadsEnded_.load();
+    const std::uint32_t done = loadsDone.load();
     const std::uint32_t begun = loadsBegun_.load();
     read();
-    return begun == ended && loadsBegun_.load() == begun;
+    return begun == done && loadsBegun_.load() == begun;
 }
 
 void CPluginRenderer::CopyValues(std::span<float, kParameterCount> values) const
@@ -142,7 +144,7 @@ void CPluginRenderer::CopyValues(std::span<float, kParameterCount> values) const
     // Bounded: if loads never pause, a mixture is better than a host that hangs in a save. And the
     // engine's owner can't wait for the thread that loads.
     constexpr int kAttempts = 1000;
-    for (int attempt = 0; attempt < kAttempts && !ReadBetweenLoads(copy); ++attempt)
+    for (int attempt = 0; attempt < kAttempts && !ReadBetweenLoads(loadsEnded_, copy); ++attempt)
         if (!gate_.CallerOwnsEngine())
             std::this_thread::sleep_for(std::chrono::microseconds(50));
 }
@@ -163,6 +165,8 @@ void CPluginRenderer::RequestChange(EngineChange change)
             resync_.store(true);
             delete change.program;
         }
+        if (change.kind == EngineChange::EKind::Program)
+            loadsQueued_.fetch_add(1);
         if (gate_.ProcessingIsOn())
             return;
         // It went off in between: nobody else would apply the change now.
@@ -172,6 +176,8 @@ void CPluginRenderer::RequestChange(EngineChange change)
     {
         const CControlOperation operation(*this, CControlScope::EWhen::ProcessingIsOff);
         if (operation.MayRun()) {
+            if (change.kind == EngineChange::EKind::Program)
+                loadsQueued_.fetch_add(1);
             Apply(change);
             AgreeWithStored();
             delete change.program;
@@ -218,9 +224,9 @@ void CPluginRenderer::Follow(int index, float value)
 
 // Two threads may set one parameter at the same time, and their values may be stored in one order
 // and arrive here in the other. The stored value counts. It isn't looked at before the queue is
-// empty, for what is stored last may be a change further back in it; nor while a program is being
-// stored, of which a part would be applied: what was told meanwhile is looked at after that
-// program, which comes as a change of its own.
+// empty, for what is stored last may be a change further back in it; nor while a program is stored
+// and hasn't come out of the queue, of which a part would be applied: what was told meanwhile is
+// looked at after that program, which comes as a change of its own.
 void CPluginRenderer::AgreeWithStored()
 {
     if (drained_ != nullptr || touched_.none())
@@ -231,7 +237,8 @@ void CPluginRenderer::AgreeWithStored()
             if (touched_.test(static_cast<std::size_t>(index)))
                 stored[static_cast<std::size_t>(index)] = GetParameter(index);
     };
-    if (!ReadBetweenLoads(read))
+    // Asked last: the queue may have been filled since it was drained.
+    if (!ReadBetweenLoads(loadsQueued_, read) || resync_.load() || !changes_.IsEmpty())
         return;
     const auto told = std::exchange(touched_, {});
     for (int index = 0; index < kParameterCount; ++index) {
@@ -272,7 +279,7 @@ bool CPluginRenderer::Resync()
         for (int index = 0; index < kParameterCount; ++index)
             stored[static_cast<std::size_t>(index)] = GetParameter(index);
     };
-    if (!ReadBetweenLoads(read))
+    if (!ReadBetweenLoads(loadsEnded_, read))
         return false;
     for (int index = 0; index < kParameterCount; ++index)
         Follow(index, stored[static_cast<std::size_t>(index)]);

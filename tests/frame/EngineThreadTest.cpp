@@ -29,6 +29,8 @@ public:
     void ApplyParameter(int index, float value) override
     {
         ++applications;
+        if (inMidOfApplying != nullptr)
+            std::thread(std::exchange(inMidOfApplying, nullptr)).join();
         if (index < kParameterCount)
             applied[static_cast<std::size_t>(index)] = value;
     }
@@ -80,6 +82,7 @@ public:
 
     static constexpr int kMidOfProgram = 50;
     mutable std::function<void()> inMidOfStoring; ///< another thread's, once
+    std::function<void()> inMidOfApplying;        ///< likewise
     std::array<float, kParameterCount> applied{};
     std::array<float, 128> keyboard{};
     bool mixedProgram = false;
@@ -146,6 +149,15 @@ TEST(EngineThread, MixesNothingIntoAProgramThatIsBeingStored)
         EXPECT_EQ(renderer.applied[10], 0.3f);
     });
     renderer.Process();
+    EXPECT_TRUE(renderer.FollowsEverything());
+
+    // One that is stored whole while a block applies what came before comes with the next block.
+    renderer.SetParameter(10, 0.3f);
+    renderer.inMidOfApplying = [&] { load(0.6f, nullptr); };
+    renderer.Process();
+    EXPECT_EQ(renderer.applied[10], 0.3f);
+    renderer.Process();
+    EXPECT_EQ(renderer.applied[10], 0.6f);
     EXPECT_TRUE(renderer.FollowsEverything());
 
     // A state saved in the middle waits for the rest.
