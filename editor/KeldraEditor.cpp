@@ -74,6 +74,7 @@ KeldraEditor::KeldraEditor()
 KeldraEditor::~KeldraEditor()
 {
     Close();
+    FinishWork();
     const CUiLock lock;
     if (synth_ != nullptr)
         synth_->Presets().SetClient(nullptr);
@@ -302,7 +303,7 @@ void KeldraEditor::OnControlReleased(CControl* control)
         AfterEvent(
             [synth = synth_, key = keyboard_->GetCurrentKey()] { synth->KeyboardNote(key, 0.0f); });
     } else if (control == previousProgram_ || control == nextProgram_) {
-        AfterEvent([synth = synth_, forward = control == nextProgram_] {
+        WorkAfterEvent([synth = synth_, forward = control == nextProgram_] {
             CPresetList& presets = synth->Presets();
             if (forward ? presets.NextProgram() : presets.PreviousProgram())
                 presets.LoadProgram(presets.CurrentPath());
@@ -323,7 +324,7 @@ bool KeldraEditor::OnControlChanged(CControl* control, float value)
 
 void KeldraEditor::ChooseProgramMenuItem(int item)
 {
-    AfterEvent([synth = synth_, host = Host(), item] {
+    WorkAfterEvent([synth = synth_, host = Host(), item] {
         CPresetList& presets = synth->Presets();
         switch (item) {
         case kImportControllerMap:
@@ -378,7 +379,7 @@ bool KeldraEditor::OnMouseDown()
 void KeldraEditor::OnFileDropped(std::string_view path)
 {
     if (synth_ != nullptr)
-        AfterEvent(
+        WorkAfterEvent(
             [synth = synth_, file = std::string(path)] { synth->Presets().LoadProgram(file); });
 }
 
@@ -458,7 +459,7 @@ bool KeldraEditor::OnTimer()
     if (synth_ != nullptr) {
         FollowEngine();
         if (synth_->Presets().IsDialogOpen())
-            AfterEvent([synth = synth_] { synth->Presets().PollDialog(); });
+            WorkAfterEvent([synth = synth_] { synth->Presets().PollDialog(); });
     }
     return CPluginEditor::OnTimer();
 }
@@ -519,7 +520,7 @@ void KeldraEditor::ShowPresetBrowser()
     if (browser_ == nullptr) {
         auto browser = std::make_unique<CPresetListEditor>(
             *synth_, GetSize(),
-            [this](std::function<void()> action) { AfterEvent(std::move(action)); });
+            [this](std::function<void()> action) { WorkAfterEvent(std::move(action)); });
         browser_ = browser.get();
         AddGroup(std::move(browser));
     }
@@ -543,8 +544,9 @@ std::unique_ptr<CFileDialog> KeldraEditor::OpenOwnFileDialog(const FileDialogReq
     const CUiLock lock;
     if (!CWindowPort::IsOpen())
         return nullptr;
-    return OpenFileChooser(*this, request,
-                           [this](std::function<void()> action) { AfterEvent(std::move(action)); });
+    return OpenFileChooser(*this, request, [this](std::function<void()> action) {
+        WorkAfterEvent(std::move(action));
+    });
 }
 
 } // namespace keldra

@@ -54,6 +54,12 @@ protected:
     /// Has something done on this thread when the UI lock has been let go, in the order in which it
     /// was asked for: calls to the host, loading and saving, all that may lead to one.
     void AfterEvent(std::function<void()> action) { hostCalls_.Post(std::move(action)); }
+    /// The same for what may wait for a disk, or goes on when the host has returned.
+    void WorkAfterEvent(std::function<void()> work)
+    {
+        hostCalls_.Post(std::move(work), CHostCalls::EKind::Work);
+    }
+    void FinishWork() { hostCalls_.FinishWork(); } ///< at the end, once closed
 
     /// The program changed as a whole: shows everything anew.
     virtual void ShowProgram();

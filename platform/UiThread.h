@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <memory>
+#include <mutex>
 
 namespace keldra {
 
@@ -28,13 +29,19 @@ public:
 /// time, with nothing held. A call may post others, close the editor or destroy this object.
 class CHostCalls {
 public:
+    enum class EKind {
+        Call, ///< to the host; uses nothing of ours once the host has returned
+        Work, ///< of ours, on a disk that may be slow, with calls to the host in it
+    };
+
     CHostCalls();
     CHostCalls(const CHostCalls&) = delete;
     CHostCalls& operator=(const CHostCalls&) = delete;
     ~CHostCalls(); ///< what has not been made is dropped: Finish first
 
-    /// With the UI lock held. What the call refers to must live until Finish returns.
-    void Post(std::function<void()> call);
+    /// With the UI lock held. What the call refers to must live until Finish returns, what work
+    /// refers to until FinishWork does.
+    void Post(std::function<void()> call, EKind kind = EKind::Call);
 
     /// Makes what is left on the calling thread and waits for a call that another thread is making:
     /// afterwards there is none under way. Without the UI lock. A host whose other thread holds on
@@ -42,10 +49,16 @@ public:
     /// gives up on it and makes the rest.
     void Finish();
 
+    /// After Finish: waits for work that it gave up on, as long as a disk may take that has to
+    /// start up. For whoever destroys what the work uses.
+    void FinishWork();
+
     struct Queue; ///< the lock's own business
     static void Deliver(Queue& queue);
 
 private:
+    static void MakeCalls(Queue& queue, std::unique_lock<std::mutex>& lock);
+
     std::shared_ptr<Queue> queue_;
 };
 

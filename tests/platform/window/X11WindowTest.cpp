@@ -548,14 +548,21 @@ TEST_F(X11WindowThreads, ClosesInMidDragWithoutACallAfterwards)
         std::atomic<bool> underWay{false};
         std::thread other([&] {
             const CUiLock lock;
-            editor.calls->Post([&] {
-                underWay = true;
-                std::this_thread::sleep_for(std::chrono::milliseconds(50));
-                underWay = false;
-            });
+            for (const auto kind : {CHostCalls::EKind::Call, CHostCalls::EKind::Work})
+                editor.calls->Post(
+                    [&, kind] {
+                        underWay = true;
+                        std::this_thread::sleep_for(
+                            std::chrono::milliseconds(kind == CHostCalls::EKind::Call ? 50 : 400));
+                        underWay = false;
+                    },
+                    kind);
         });
         EXPECT_TRUE(Eventually([&] { return underWay.load(); }));
         editor.calls->Finish();
+        // Work on a slow disk keeps no window open, but what it works on.
+        EXPECT_TRUE(underWay);
+        editor.calls->FinishWork();
         EXPECT_FALSE(underWay);
         other.join();
     }
