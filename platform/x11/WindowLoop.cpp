@@ -1,6 +1,7 @@
 #include "platform/x11/WindowLoop.h"
 
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <csignal>
@@ -51,6 +52,8 @@ public:
     /// @return whether nothing is left of it: no thread, no window
     bool Stop()
     {
+        if (process_ != getpid())
+            return false; // a child that the host has forked: it has no thread, only our locks
         {
             const std::lock_guard lock(mutex_);
             stopping_ = true;
@@ -113,6 +116,7 @@ private:
         }
         const CSignalsBlocked duringBirth;
         thread_ = std::thread([this] { Run(); });
+        process_ = getpid();
         running_ = true;
     }
 
@@ -198,6 +202,7 @@ private:
     std::mutex mutex_; // of the rest; taken inside the UI lock
     std::condition_variable ended_;
     std::thread thread_;
+    std::atomic<pid_t> process_{getpid()}; // that has the thread
     bool running_ = false;
     bool stopping_ = false;
     bool joining_ = false;

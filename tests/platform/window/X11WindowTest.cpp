@@ -463,6 +463,19 @@ TEST_F(X11Window, TakesADroppedFile)
     EXPECT_EQ(recorder_.droppedAt, (PixelPoint{30, 40}));
 }
 
+#ifndef KELDRA_SANITIZED // those look for leaks at the end
+TEST_F(X11Window, LetsAHostsForkedChildEndAtOnce)
+{
+    OpenShown();
+    const auto begun = std::chrono::steady_clock::now();
+    const pid_t child = fork();
+    if (child == 0)
+        std::exit(0);
+    waitpid(child, nullptr, 0);
+    EXPECT_LT(std::chrono::steady_clock::now() - begun, std::chrono::milliseconds(900));
+}
+#endif
+
 using X11WindowThreads = X11Window;
 
 /// An editor as hosts see it: each move of the pointer is a call to the host.
