@@ -155,7 +155,7 @@ void CPluginRenderer::SetParameter(int index, float value)
 {
     if (!IsStored(index))
         return;
-    Store(index, value);
+    Store(index, value, NextStore());
     RequestChange({EngineChange::EKind::Parameter, index, value});
 }
 

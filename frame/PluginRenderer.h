@@ -232,7 +232,8 @@ private:
     void Apply(const EngineChange& change);
     void StoreProgram(const ProgramValues& program);
     void StoreValues(const ProgramValues& program);
-    void Store(int index, float value);
+    std::uint64_t NextStore();
+    void Store(int index, float value, std::uint64_t store);
     void ApplyProgram(const ProgramValues& program);
     /// Calls `read`, which reads stored values.
     /// @param loadsDone  loadsEnded_ or loadsQueued_: how far those before have to have come
@@ -264,7 +265,7 @@ private:
 
     CEngineGate gate_;
     CEngineChanges changes_;
-    std::atomic<std::uint64_t> stores_{0};  ///< how many times a value was stored
+    std::atomic<std::uint64_t> stores_{0};  ///< how many times values were stored
     const EngineChange* drained_ = nullptr; ///< the queued change that is being applied
     std::atomic<bool> resync_{false}; ///< changes found no room: follow all stored values again
     std::array<std::atomic<float>, kKeyCount> keyboardWanted_{}; ///< velocities, for the resync

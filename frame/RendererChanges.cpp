@@ -53,13 +53,18 @@ void CPluginRenderer::ChangeSampleRate(double hz, EStart start)
         PrepareToProcess();
 }
 
-void CPluginRenderer::Store(int index, float value)
+/// The number of a store that begins: later ones have greater numbers. What a queued change brings
+/// with it is as old as that change, so that the next one in the queue may store over it.
+std::uint64_t CPluginRenderer::NextStore()
+{
+    const bool isQueuedChanges = gate_.CallerOwnsEngine() && drained_ != nullptr;
+    return isQueuedChanges ? drained_->storesBefore : stores_.fetch_add(1) + 1;
+}
+
+void CPluginRenderer::Store(int index, float value, std::uint64_t store)
 {
     ParameterRecord& record = records_[static_cast<std::size_t>(index)];
-    // What a queued change brings with it is as old as that change: the next one in the queue may
-    // store over it.
-    const bool isQueuedChanges = gate_.CallerOwnsEngine() && drained_ != nullptr;
-    record.store.store(isQueuedChanges ? drained_->storesBefore : stores_.fetch_add(1) + 1);
+    record.store.store(store);
     record.value.store(value);
 }
 
@@ -109,13 +114,14 @@ void CPluginRenderer::StoreProgram(const ProgramValues& program)
 
 void CPluginRenderer::StoreValues(const ProgramValues& program)
 {
+    const std::uint64_t store = NextStore(); // one: a change made meanwhile is newer than all of it
     for (int index = 0; index < kParameterCount; ++index) {
         if (IsSetSince(index))
             continue;
         if (program.Sets(index))
-            Store(index, program.values[static_cast<std::size_t>(index)]);
+            Store(index, program.values[static_cast<std::size_t>(index)], store);
         else if (program.Resets() && index < kFirstControllerLink)
-            Store(index, GetParameterDefault(index));
+            Store(index, GetParameterDefault(index), store);
     }
 }
 

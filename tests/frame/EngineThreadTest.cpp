@@ -45,6 +45,13 @@ public:
             std::thread(std::exchange(inMidOfStoring, nullptr)).join();
         return 0.0f;
     }
+    void ProgramChange(int program) override
+    {
+        ProgramValues chosen;
+        chosen.count = kParameterCount;
+        chosen.values.fill(static_cast<float>(program));
+        ChangeProgram(chosen);
+    }
     void Render() override
     {
         ++renders;
@@ -158,6 +165,13 @@ TEST(EngineThread, MixesNothingIntoAProgramThatIsBeingStored)
     EXPECT_EQ(renderer.applied[10], 0.3f);
     renderer.Process();
     EXPECT_EQ(renderer.applied[10], 0.6f);
+    EXPECT_TRUE(renderer.FollowsEverything());
+
+    // A MIDI program change that is queued in the middle is the later one, whole.
+    load(0.7f, [&] { EXPECT_TRUE(renderer.PostMidi({0xC0, 9, 0, 0})); });
+    renderer.Process();
+    for (const int index : {10, 40, 60})
+        EXPECT_EQ(renderer.GetParameter(index), 9.0f);
     EXPECT_TRUE(renderer.FollowsEverything());
 
     // A state saved in the middle waits for the rest.
