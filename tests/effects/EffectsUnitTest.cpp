@@ -257,7 +257,7 @@ TEST(EffectsUnit, DoesNotThumpWhenACutGoesDownAtOnce)
             unit.SetSampleRate(rate);
             ScalarEffectSettings settings = kEchoes;
             settings.feedback = 0.5f;
-            const auto peakOfASecond = [&](float value) {
+            const auto peakOfASecond = [&, cut = cut, sawHz = sawHz](float value) {
                 settings.*cut = value;
                 Apply(unit, settings);
                 Block saw(static_cast<int>(rate));
