@@ -555,7 +555,13 @@ void CX11Window::OnKey(const xcb_key_press_event_t& event, bool down)
     const int code = keys_.CodeOf(event.detail, event.state);
     const std::weak_ptr<const bool> life = life_;
     const bool handled = code != 0 && client_.OnKey({code, ModifiersOf(event.state), down});
-    if (life.expired() || handled || parent_ == root_)
+    if (life.expired())
+        return;
+    // A key goes up where it went down, whatever has been opened or closed between: the host may
+    // play it as a note.
+    if (down)
+        ownKeys_[event.detail] = handled;
+    if (ownKeys_[event.detail] || parent_ == root_)
         return;
     // To whoever made the window that people see as the host's. The nearest one that listens would
     // be another: hosts embed editors in windows that take keys and do nothing with them.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <bitset>
 #include <cstdint>
 #include <memory>
 #include <string>
@@ -71,6 +72,7 @@ private:
     CWindowClient& client_;
     std::unique_ptr<CWindowPixels> pixels_;
     CWindowKeys keys_;
+    std::bitset<256> ownKeys_; ///< by keycode: its last press was handled here
     CWindowDrop drop_;
     CWindowScroll scroll_;
     /// Ends with this object: an event may lead to that.

@@ -105,12 +105,15 @@ public:
                 return code;
         return 0;
     }
-    int KeysReceived() // by the host's own window
+    int KeysReceived() // by the host's own window, down and up
     {
         int count = 0;
         Sync();
         while (const CXcbReply<xcb_generic_event_t> event{xcb_poll_for_event(Connection())})
-            count += (event->response_type & 0x7f) == XCB_KEY_PRESS ? 1 : 0;
+            count += (event->response_type & 0x7f) == XCB_KEY_PRESS ||
+                             (event->response_type & 0x7f) == XCB_KEY_RELEASE
+                         ? 1
+                         : 0;
         return count;
     }
 };
