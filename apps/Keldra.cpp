@@ -97,7 +97,7 @@ public:
             error = options_.modulePath + ": its panel can't be opened";
             return false;
         }
-        if (!StartSound(error))
+        if (!MakeRecorder(error) || !StartSound(error))
             return false;
         window_->Show();
         std::printf("keldra: %s\n", Summary().c_str());
@@ -174,18 +174,17 @@ private:
         return window_ != nullptr;
     }
 
-    bool MakeSound(std::string& error)
+    bool MakeSound(std::string& error) { return OpenOutput(error) && OpenMidi(error); }
+
+    /// Last of all: it overwrites what was recorded before.
+    bool MakeRecorder(std::string& error)
     {
-        if (!OpenOutput(error))
-            return false;
-        if (!options_.recordPath.empty()) {
-            recorder_ = CRecorder::Create(options_.recordPath,
-                                          static_cast<int>(output_->Format().rateHz), error);
-            if (recorder_ == nullptr)
-                return false;
-            player_->SetRecorder(recorder_.get());
-        }
-        return OpenMidi(error);
+        if (options_.recordPath.empty())
+            return true;
+        recorder_ = CRecorder::Create(options_.recordPath,
+                                      static_cast<int>(output_->Format().rateHz), error);
+        player_->SetRecorder(recorder_.get());
+        return recorder_ != nullptr;
     }
 
     bool OpenMidi(std::string& error)

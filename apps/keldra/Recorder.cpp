@@ -5,6 +5,7 @@
 #include <chrono>
 #include <fcntl.h>
 #include <limits>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -16,7 +17,8 @@ namespace {
 constexpr int kRingSeconds = 10; // a disk may be busy for long
 constexpr std::chrono::milliseconds kWriteInterval{50};
 
-/// @return the descriptor, or -1 with errno; EINVAL for what is no regular file
+/// @return the descriptor, or -1 with errno: EINVAL for what is no regular file, EBUSY for one that
+/// is being recorded to
 int OpenForWriting(const std::string& path)
 {
     // A pipe or a device is neither waited for nor touched.
@@ -27,6 +29,12 @@ int OpenForWriting(const std::string& path)
     if (::fstat(descriptor, &status) != 0 || !S_ISREG(status.st_mode)) {
         ::close(descriptor);
         errno = EINVAL;
+        return -1;
+    }
+    // Another recording that goes there would be spoilt, and so would ours.
+    if (::flock(descriptor, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        ::close(descriptor);
+        errno = EBUSY;
         return -1;
     }
     if (::ftruncate(descriptor, 0) != 0) {
@@ -43,8 +51,9 @@ std::unique_ptr<CRecorder> CRecorder::Create(const std::string& path, int rateHz
 {
     const int descriptor = OpenForWriting(path);
     if (descriptor < 0) {
-        const std::string why =
-            errno == EINVAL ? "not a regular file" : std::generic_category().message(errno);
+        const std::string why = errno == EINVAL  ? "not a regular file"
+                                : errno == EBUSY ? "another recording goes there"
+                                                 : std::generic_category().message(errno);
         error = path + ": cannot be written: " + why;
         return nullptr;
     }

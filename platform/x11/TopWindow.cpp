@@ -98,6 +98,7 @@ public:
             static_cast<void>(poll(files, lost_ ? 1 : 2, static_cast<int>(atMost.count())));
             ProcessEvents();
         }
+        ReleaseLostKeys();
         std::uint64_t count;
         static_cast<void>(!read(wake_.Get(), &count, sizeof count));
     }
@@ -252,6 +253,17 @@ private:
     {
         keys_[event.detail].down = down;
         client_.OnPlacedKey({event.detail - kFirstKeycode, ModifiersOf(event.state), down});
+    }
+
+    /// Without a window manager keys go where the pointer is, and with it where nobody tells us of
+    /// their end.
+    void ReleaseLostKeys()
+    {
+        for (std::size_t keycode = kFirstKeycode; keycode < std::size(keys_); ++keycode)
+            if (keys_[keycode].down && !IsHeld(static_cast<xcb_keycode_t>(keycode))) {
+                keys_[keycode] = {};
+                client_.OnPlacedKey({static_cast<int>(keycode) - kFirstKeycode, 0, false});
+            }
     }
 
     void OnFocus(const xcb_focus_in_event_t& event, bool in)

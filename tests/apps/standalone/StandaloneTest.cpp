@@ -149,6 +149,16 @@ TEST_F(StandaloneThread, PlaysTheComputersKeyboard)
     play({kQ}); // somebody else's
     Focus(window_);
 
+    // Without a window manager the keyboard is where the pointer is.
+    desk_.MoveTo({100, 100});
+    Focus(XCB_INPUT_FOCUS_POINTER_ROOT);
+    desk_.Fake(XCB_KEY_PRESS, kP);
+    Sleep(100);
+    desk_.MoveTo({920, 620});
+    desk_.Fake(XCB_KEY_RELEASE, kP);
+    Sleep(kHold);
+    Focus(window_);
+
     desk_.Fake(XCB_KEY_PRESS, kS); // the server repeats keys after 0.7 s
     Sleep(1200);
     desk_.Fake(XCB_KEY_RELEASE, kS);
@@ -163,7 +173,7 @@ TEST_F(StandaloneThread, PlaysTheComputersKeyboard)
             notes += std::to_string(note) + (status == 0x90 ? "+ " : "- ");
     }
     EXPECT_EQ(notes, "48+ 48- 49+ 49- 60+ 60- 61+ 61- 76+ 76- 60+ 60- 36+ 36- "
-                     "60+ 60+ 48+ 48- 60- 76+ 76- 49+ 49- ");
+                     "60+ 60+ 48+ 48- 60- 76+ 76- 76+ 76- 49+ 49- ");
 }
 
 TEST_F(StandaloneThread, FollowsTheMouseAndGoesOnAsItWasLeft)
@@ -221,6 +231,25 @@ TEST_F(StandaloneThread, EndsInGoodOrderAndKeepsItsState)
     const ProgramRun run = End(SIGINT);
     EXPECT_EQ(run.status, 2);
     EXPECT_NE(run.err.find("nothing is kept"), std::string::npos) << run.err;
+}
+
+TEST_F(StandaloneThread, SpoilsNoRecording)
+{
+    const auto recordAgain = [this](const std::string& midi) {
+        CRunningProgram::Setup setup;
+        setup.environment = {"XDG_STATE_HOME=" + folder_.Path("again")};
+        return CRunningProgram(
+                   {"timeout", "20", KELDRA, "--no-audio", "--midi", midi, "--record", wav_}, setup)
+            .Wait();
+    };
+    Start({"--record", wav_});
+    const ProgramRun second = recordAgain("none");
+    EXPECT_EQ(second.status, 2);
+    EXPECT_NE(second.err.find("another recording goes there"), std::string::npos) << second.err;
+    EXPECT_EQ(End(SIGTERM).status, 0);
+    const std::string recorded = Slurp(wav_);
+    EXPECT_EQ(recordAgain("No such").status, 2);
+    EXPECT_EQ(Slurp(wav_), recorded);
 }
 
 TEST_F(StandaloneThread, SaysInOneLineWhyItCannotBegin)
