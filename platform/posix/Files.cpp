@@ -168,7 +168,8 @@ bool CWholeFile::Begin(std::string_view path, std::error_code& error)
         return fails(ENOENT);
     target_ = LinkTarget(path);
     struct stat old {};
-    if (::stat(target_.c_str(), &old) == 0) {
+    // By its own path: the links of /proc lead to pipes that have no other one.
+    if (::stat(std::string(path).c_str(), &old) == 0) {
         if (!S_ISREG(old.st_mode))
             return fails(EINVAL);
         // A rename would also replace what its owner has made read-only.

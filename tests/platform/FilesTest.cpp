@@ -247,6 +247,13 @@ TEST(Files, WriteThroughLinksAndKeepPermissionsButReplaceNothingProtected)
     EXPECT_FALSE(WriteWholeFile(folder.Path("missing/file"), Bytes("x")));
     EXPECT_FALSE(WriteWholeFile(folder.Path("store"), Bytes("x"))) << "a folder";
     EXPECT_FALSE(WriteWholeFile("", Bytes("x")));
+    int pipe[2] = {};
+    ASSERT_EQ(::pipe(pipe), 0);
+    std::error_code why;
+    EXPECT_FALSE(CWholeFile().Begin("/proc/self/fd/" + std::to_string(pipe[1]), why));
+    EXPECT_EQ(why, std::errc::invalid_argument) << why.message();
+    ::close(pipe[0]);
+    ::close(pipe[1]);
     if (::geteuid() != 0) { // root may write anything
         ASSERT_EQ(::chmod(real.c_str(), 0440), 0);
         EXPECT_FALSE(WriteWholeFile(real, Bytes("x")));
