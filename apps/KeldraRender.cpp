@@ -43,6 +43,14 @@ std::string LevelText(double value, int decimals, const char* unit)
     return std::isfinite(value) ? FixedText(value, decimals) + " " + unit : std::string("silent");
 }
 
+/// What is heard has a loudness only when it is as long as a measurement takes.
+std::string LoudnessText(double loudness, double peakDb)
+{
+    return std::isfinite(peakDb) && !std::isfinite(loudness)
+               ? std::string("too short or quiet for LUFS")
+               : LevelText(loudness, 1, "LUFS");
+}
+
 /// A bar of progress on the terminal; nothing anywhere else.
 class CProgressBar {
 public:
@@ -160,16 +168,17 @@ private:
         if (!ReadInput(options_.songPath, kMaxSongBytes, file, error))
             return false;
         std::optional<Song> song = ReadSong(file, error);
+        const auto isNoteOn = [](const SongEvent& event) { return event.IsNoteOn(); };
         if (song && !CSongTiming(*song, options_.render.sampleRate).EndsWithin(kMaxSongSeconds)) {
             error = "longer than a day";
-            song.reset();
+        } else if (song && std::none_of(song->events.begin(), song->events.end(), isNoteOn)) {
+            error = "nothing to play: no channel has a note";
+        } else if (song) {
+            song_ = std::move(*song);
+            return true;
         }
-        if (!song) {
-            error = options_.songPath + ": " + error;
-            return false;
-        }
-        song_ = std::move(*song);
-        return true;
+        error = options_.songPath + ": " + error;
+        return false;
     }
 
     bool ReadSoundFiles(std::string& error)
@@ -337,11 +346,11 @@ private:
                 const CLevelMeter& meter = *renderer_->MeterOf(channel);
                 std::printf("channel %2d: peak %s, %s\n", channel + 1,
                             LevelText(meter.PeakDb(), 1, "dBFS").c_str(),
-                            LevelText(meter.LoudnessDb(), 1, "LUFS").c_str());
+                            LoudnessText(meter.LoudnessDb(), meter.PeakDb()).c_str());
             }
         std::printf("%s: %s s, peak %s, %s, %s x realtime\n", options_.outputPath.c_str(),
                     FixedText(seconds, 3).c_str(), LevelText(peakDb, 2, "dBFS").c_str(),
-                    LevelText(loudness, 1, "LUFS").c_str(), FixedText(realtime, 1).c_str());
+                    LoudnessText(loudness, peakDb).c_str(), FixedText(realtime, 1).c_str());
         if (clipped > 0)
             std::fprintf(stderr,
                          "keldra-render: %lld samples were too loud and are clipped; "

@@ -26,6 +26,7 @@ namespace {
 /// A text of eight bytes makes the reader allocate its buffer.
 constexpr unsigned char kPrimer[] = "MThd\0\0\0\x06\0\0\0\x01\0\x60MTrk\0\0\0\x10"
                                     "\0\xFF\x01\x08        \0\xFF\x2F";
+constexpr std::size_t kTrackCountAt = 10; ///< in the header
 constexpr std::size_t kMaxMessageBytes = std::size_t{256} << 10;
 
 using Bytes = std::span<const unsigned char>;
@@ -236,6 +237,15 @@ std::optional<Song> ReadSong(std::span<const std::byte> file, std::string& error
     if (chunks.empty()) {
         error = "not a MIDI file";
         return std::nullopt;
+    }
+    std::vector<unsigned char> header(chunks[0].begin(), chunks[0].end());
+    if (header.size() >= kTrackCountAt + 2) { // a count that is too low hides no track
+        const std::size_t told =
+            std::size_t{header[kTrackCountAt]} << 8 | header[kTrackCountAt + 1];
+        const std::size_t count = std::min(std::max(told, chunks.size() - 1), std::size_t{0xFFFF});
+        header[kTrackCountAt] = static_cast<unsigned char>(count >> 8);
+        header[kTrackCountAt + 1] = static_cast<unsigned char>(count & 0xFF);
+        chunks[0] = header;
     }
     return CReader().Read(std::move(chunks), error);
 }

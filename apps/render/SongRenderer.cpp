@@ -1,6 +1,7 @@
 #include "apps/render/SongRenderer.h"
 
 #include <algorithm>
+#include <cassert>
 #include <cmath>
 #include <functional>
 #include <utility>
@@ -69,10 +70,7 @@ std::unique_ptr<CSongRenderer> CSongRenderer::Create(const Song& song,
             part.meter = std::make_unique<CLevelMeter>(settings.sampleRate);
         renderer->parts_.push_back(std::move(part));
     }
-    if (renderer->parts_.empty()) {
-        error = "nothing to play: no channel has a note";
-        return nullptr;
-    }
+    assert(!renderer->parts_.empty());
     for (Part& part : renderer->parts_)
         renderer->partOf_[static_cast<std::size_t>(part.channel)] = &part;
     renderer->names_.emplace(*renderer->parts_.front().host);

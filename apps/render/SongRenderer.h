@@ -45,7 +45,7 @@ public:
     /// Waiting for silence ends here.
     static constexpr int kMaxTailSeconds = 30;
 
-    /// @param song    must outlive the renderer
+    /// @param song    has a note; must outlive the renderer
     /// @param module  must not be null
     /// @param error   receives one line when the answer is null
     [[nodiscard]] static std::unique_ptr<CSongRenderer>

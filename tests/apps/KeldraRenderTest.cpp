@@ -348,7 +348,7 @@ TEST_F(KeldraRender, RefusesBadInputInOneLineAndLeavesNothingBehind)
         {"text.txt -o out.wav", "text.txt: not a MIDI file"},
         {"huge.mid -o out.wav", "larger than 32 MiB"},
         {"days.mid -o out.wav", "longer than a day"},
-        {"silent.mid -o out.wav", "no channel has a note"},
+        {"silent.mid -o out.wav", "silent.mid: nothing to play: no channel has a note"},
         // Outputs
         {"song.mid -o nowhere/out.wav", "nowhere/out.wav: cannot be written: No such file"},
         {"song.mid -o /dev/null", "not a regular file"},

@@ -69,6 +69,8 @@ TEST(SongReader, ReadsEveryKindOfMessageOfAllTracksInTheOrderOfTime)
          Header(1, 2, 96) + Chunk("XFIH", "abcd") + Track(Hex("00 903C40")) + Chunk("XFKM", "") +
              Track(Hex("00 913C40")) + "tail",
          "0:903C40 0:913C40"},
+        {"more tracks than the header tells of",
+         Header(1, 1, 96) + Track("") + Track(Hex("00 903C40")), "0:903C40"},
         {"a header longer than usual",
          Chunk("MThd", Hex("0000 0001 0060 ABCDEF")) + Track(Hex("00 903C40")), "0:903C40"},
     };
