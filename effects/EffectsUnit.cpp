@@ -49,11 +49,9 @@ void EffectsUnit::Reset()
 
 void EffectsUnit::Process(float* left, float* right, int frames)
 {
-    if (IsSilent() && IsSilence(left, frames) && IsSilence(right, frames)) {
+    if (IsSilent() && IsSilence(left, frames) && IsSilence(right, frames) && PassSilence(frames)) {
         std::fill_n(left, frames, 0.0f);
         std::fill_n(right, frames, 0.0f);
-        chorus_.PassSilence(frames);
-        delay_.PassSilence(frames);
         return;
     }
 
@@ -62,6 +60,15 @@ void EffectsUnit::Process(float* left, float* right, int frames)
         return;
     chorus_.Process(left, right, frames);
     delay_.Process(left, right, frames);
+}
+
+bool EffectsUnit::PassSilence(int frames)
+{
+    if (!IsSilent())
+        return false;
+    chorus_.PassSilence(frames);
+    delay_.PassSilence(frames);
+    return true;
 }
 
 bool EffectsUnit::IsSilent() const

@@ -33,6 +33,10 @@ public:
     /// silence comes in.
     void Process(float* left, float* right, int frames);
 
+    /// Instead of Process where the block is known to be silent, and stays so.
+    /// @return false, and nothing is done, when something still rings: Process it
+    [[nodiscard]] bool PassSilence(int frames);
+
     /// Silence in gives silence out: all tails have died away.
     [[nodiscard]] bool IsSilent() const;
 

@@ -123,7 +123,8 @@ void KeldraSynth::Render()
         gate_.ResetGate();
     }
     effects_.SetTempo(tempo);
-    effects_.Process(left, right, frames);
+    if (activeCount_ > 0 || !effects_.PassSilence(frames)) // without voices it is as it was cleared
+        effects_.Process(left, right, frames);
     CSynthesizer::Render(); // arpeggiator clock and output stage
     patch_.lfo.Process(HostRate(), tempo, frames);
     framesSincePosition_ += frames;
