@@ -10,6 +10,7 @@
 #include "gui/ControlList.h"
 #include "platform/UiThread.h"
 #include "tests/Dice.h"
+#include "tests/editor/panel/AnyUser.h"
 #include "tests/editor/panel/PanelRig.h"
 #include "tests/gui/Golden.h"
 #include "tests/gui/Tga.h"
@@ -497,16 +498,8 @@ TEST(PanelSkin, IsOpenedAndUsedWithPicturesOfAnySize)
         change();
         CPanelRig rig;
         for (int opened = 0; opened < 2 && !HasFailure(); ++opened) {
-            for (int i = 0; i < 50; ++i) {
-                const PanelRect rect = dice.Of(kPanelControls).rect;
-                rig.window->MoveTo(
-                    {rect.x + dice.UpTo(rect.width), rect.y + dice.UpTo(rect.height)});
-                rig.window->Press();
-                rig.window->MoveBy(dice.UpTo(40) - 20, dice.UpTo(40) - 20);
-                rig.window->Tick(1);
-                rig.window->Release();
-                rig.window->Wheel(static_cast<float>(dice.UpTo(2) - 1));
-            }
+            for (int i = 0; i < 200; ++i)
+                DoAnything(*rig.window, dice, dice.UpTo(17));
             rig.ClickAt({40, 15}); // the about box
             rig.ClickAt({40, 15});
             change();
