@@ -113,6 +113,7 @@ private:
     struct Key {
         bool down = false;      ///< as the client knows it
         bool mayRepeat = false; ///< a release came while it was held
+        bool seemsLost = false; ///< the server says that it is up, and no event has said so yet
         xcb_timestamp_t releasedAt = 0;
     };
 
@@ -242,6 +243,7 @@ private:
     void OnKey(const xcb_key_press_event_t& event, bool down)
     {
         Key& key = keys_[event.detail];
+        key.seemsLost = false;
         if (down && key.down && key.mayRepeat && event.time != key.releasedAt)
             Tell(event, false); // no repeat, but a finger that was quicker than we looked
         key.mayRepeat = !down && IsHeld(event.detail);
@@ -259,8 +261,17 @@ private:
     /// their end.
     void ReleaseLostKeys()
     {
+        bool any = false;
+        for (std::size_t keycode = kFirstKeycode; keycode < std::size(keys_); ++keycode) {
+            Key& key = keys_[keycode];
+            key.seemsLost = key.down && !IsHeld(static_cast<xcb_keycode_t>(keycode));
+            any = any || key.seemsLost;
+        }
+        if (!any)
+            return;
+        ProcessEvents(); // what went before the answer has come with it, its release perhaps
         for (std::size_t keycode = kFirstKeycode; keycode < std::size(keys_); ++keycode)
-            if (keys_[keycode].down && !IsHeld(static_cast<xcb_keycode_t>(keycode))) {
+            if (keys_[keycode].seemsLost) {
                 keys_[keycode] = {};
                 client_.OnPlacedKey({static_cast<int>(keycode) - kFirstKeycode, 0, false});
             }
