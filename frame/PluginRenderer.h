@@ -234,6 +234,7 @@ private:
     void StoreValues(const ProgramValues& program);
     std::uint64_t NextStore();
     void Store(int index, float value, std::uint64_t store);
+    void ReadValues(std::span<float, kParameterCount> values) const;
     void ApplyProgram(const ProgramValues& program);
     /// Calls `read`, which reads stored values.
     /// @param loadsDone  loadsEnded_ or loadsQueued_: how far those before have to have come

@@ -141,12 +141,15 @@ bool CPluginRenderer::ReadBetweenLoads(const std::atomic<std::uint32_t>& loadsDo
     return begun == done && loadsBegun_.load() == begun;
 }
 
+void CPluginRenderer::ReadValues(std::span<float, kParameterCount> values) const
+{
+    for (int index = 0; index < kParameterCount; ++index)
+        values[static_cast<std::size_t>(index)] = GetParameter(index);
+}
+
 void CPluginRenderer::CopyValues(std::span<float, kParameterCount> values) const
 {
-    const auto copy = [&] {
-        for (int index = 0; index < kParameterCount; ++index)
-            values[static_cast<std::size_t>(index)] = GetParameter(index);
-    };
+    const auto copy = [&] { ReadValues(values); };
     // Bounded: if loads never pause, a mixture is better than a host that hangs in a save. And the
     // engine's owner can't wait for the thread that loads.
     constexpr int kAttempts = 1000;
@@ -281,11 +284,7 @@ void CPluginRenderer::ApplyPending()
 bool CPluginRenderer::Resync()
 {
     std::array<float, kParameterCount> stored;
-    const auto read = [&] {
-        for (int index = 0; index < kParameterCount; ++index)
-            stored[static_cast<std::size_t>(index)] = GetParameter(index);
-    };
-    if (!ReadBetweenLoads(loadsEnded_, read))
+    if (!ReadBetweenLoads(loadsEnded_, [&] { ReadValues(stored); }))
         return false;
     for (int index = 0; index < kParameterCount; ++index)
         Follow(index, stored[static_cast<std::size_t>(index)]);
