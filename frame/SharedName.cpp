@@ -46,7 +46,7 @@ void CSharedName::Get(std::span<char> text) const
     std::uint64_t newestAge = 0;
     // Only a writer that has finished one place and begun the other in between leaves a pair
     // without an answer. Bounded all the same, since the processing thread may read.
-    constexpr int kAttempts = 100;
+    constexpr int kAttempts = 2000;
     for (const Pair& pair : pairs_) {
         bool found = false;
         for (int attempt = 0; attempt < kAttempts && !found; ++attempt)
